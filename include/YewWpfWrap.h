@@ -1,0 +1,10 @@
+/* Umbrella header of libYewWpfWrap: every public family at once. */
+#ifndef YEWWPFWRAP_H
+#define YEWWPFWRAP_H
+
+#include "ox_export.h"
+#include "ox_image.h"
+#include "ox_color.h"
+#include "ox_elementwise.h"
+
+#endif /* YEWWPFWRAP_H */

@@ -97,3 +97,22 @@ inline double readElement(const uint8_t* data, int32_t type, int64_t index) noex
 }
 
 }  // namespace ox::detail
+
+namespace ox::detail {
+
+// Nominal full scale of each type, shared by the type conversions and the
+// thresholding. OX_32U's 1677215 (seven digits, not 2^24-1) is the
+// library's constant and stays.
+constexpr double fullScale(int32_t type) noexcept {
+    switch (type) {
+    case OX_8U: return 255.0;
+    case OX_16U:
+    case OX_32S: return 65535.0;
+    case OX_32U: return 1677215.0;
+    case OX_32F:
+    case OX_64F: return 1.0;
+    default: return 0.0;
+    }
+}
+
+}  // namespace ox::detail

@@ -4,6 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
+scripts/fetch-photos.sh >/dev/null
 jobs=$(nproc)
 run_suite() {
   local dir=$1; shift

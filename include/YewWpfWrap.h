@@ -6,5 +6,9 @@
 #include "ox_image.h"
 #include "ox_color.h"
 #include "ox_elementwise.h"
+#include "ox_depth_image.h"
+#include "ox_logger.h"
+#include "ox_system.h"
+#include "ox_files.h"
 
 #endif /* YEWWPFWRAP_H */

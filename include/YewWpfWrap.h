@@ -6,5 +6,7 @@
 #include "ox_image.h"
 #include "ox_color.h"
 #include "ox_elementwise.h"
+#include "ox_pixel.h"
+#include "ox_threshold.h"
 
 #endif /* YEWWPFWRAP_H */

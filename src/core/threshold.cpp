@@ -15,6 +15,7 @@ template <int32_t From, int32_t To> void threshold(const uint8_t* src, uint8_t* 
     const double k = fullScale(To) / fullScale(From);
     const double top = fullScale(To);
     for (int64_t i = 0; i < n; ++i) {
+        // OX_32U reads as signed here too, like every other read of the library.
         const double x = readAsDouble<From>(src + i * int64_t{sizeof(PixelType<From>)});
         const double r = x > high ? top : x < low ? 0.0 : x * k;
         Out out;

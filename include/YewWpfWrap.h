@@ -12,5 +12,8 @@
 #include "ox_files.h"
 #include "ox_pixel.h"
 #include "ox_threshold.h"
+#include "ox_simplify.h"
+#include "ox_tiltshift.h"
+#include "ox_enhance.h"
 
 #endif /* YEWWPFWRAP_H */

@@ -18,7 +18,7 @@ using File = std::unique_ptr<FILE, int (*)(FILE*)>;
 
 File fileWith(const std::vector<uint8_t>& bytes = {}) {
     File f(std::tmpfile(), &std::fclose);
-    std::fwrite(bytes.data(), 1, bytes.size(), f.get());
+    if (!bytes.empty()) std::fwrite(bytes.data(), 1, bytes.size(), f.get());
     std::rewind(f.get());
     return f;
 }

@@ -22,9 +22,9 @@ namespace {
 
 static_assert(sizeof(oxVolume32) == 48, "the dump header is the 48-byte record");
 
-// Largest piece a stream of unknown length is read in before more memory
-// is committed to it.
-constexpr int64_t kFirstChunk = int64_t{1} << 20;
+// First piece of a stream of unknown length; each further piece doubles
+// the buffer, so memory follows the bytes that really arrive.
+constexpr int64_t kFirstChunk = int64_t{1} << 14;
 
 bool writeHeader(const oxVolume* v, FILE* stream) {
     oxVolume32 header;

@@ -15,6 +15,7 @@
 #include "ox_simplify.h"
 #include "ox_tiltshift.h"
 #include "ox_enhance.h"
+#include "ox_transform.h"
 #include "ox_convert.h"
 #include "ox_volume.h"
 

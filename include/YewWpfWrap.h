@@ -6,5 +6,8 @@
 #include "ox_image.h"
 #include "ox_color.h"
 #include "ox_elementwise.h"
+#include "ox_function.h"
+#include "ox_blur.h"
+#include "ox_resize.h"
 
 #endif /* YEWWPFWRAP_H */

@@ -51,11 +51,21 @@ TEST(BoxBlur, OneChannelWorkedValues) {
 }
 
 TEST(BoxBlur, InPlaceMatchesSeparateAndIsPinned) {
-    Image src = noise(31, 17, OX_GRAY, OX_8U, 11), dst = make(31, 17, OX_GRAY);
-    ASSERT_EQ(blur(3, 2, src.get(), dst.get()), 0);
-    EXPECT_EQ(hashImage(dst.get()), 3980179847469443135ull);
-    ASSERT_EQ(blur(3, 2, src.get(), src.get()), 0);
-    EXPECT_EQ(bytesOf(src.get()), bytesOf(dst.get()));
+    struct Case {
+        int32_t w, h, rx, ry;
+        uint64_t hash;
+    } cases[] = {
+        {31, 17, 3, 2, 3980179847469443135ull},
+        {300, 150, 140, 130, 17021597894673110637ull},  // radii past the integer forms
+        {70, 9, 0, 8, 2916653761747011462ull},        // column pass alone, reading src
+    };
+    for (const Case& c : cases) {
+        Image src = noise(c.w, c.h, OX_GRAY, OX_8U, 11), dst = make(c.w, c.h, OX_GRAY);
+        ASSERT_EQ(blur(c.rx, c.ry, src.get(), dst.get()), 0);
+        EXPECT_EQ(hashImage(dst.get()), c.hash) << c.w << "x" << c.h;
+        ASSERT_EQ(blur(c.rx, c.ry, src.get(), src.get()), 0);
+        EXPECT_EQ(bytesOf(src.get()), bytesOf(dst.get())) << c.w << "x" << c.h;
+    }
 }
 
 TEST(BoxBlur, ColourChannelsOneToThreeOnly) {

@@ -30,8 +30,8 @@ double lanczos(double a, double x) {
 }
 
 // Seven taps around x = j * ns / nd with weights taken at d + k, d = 1 -
-// frac(x): the window is centred one sample before x. That offset is
-// deliberate and kept: stored images depend on it.
+// frac(x): the window is centred one sample before x. The offset is
+// deliberate: callers depend on this output.
 void lanczosResample(const double* s, int32_t ns, double* d, int32_t nd) {
     const double scale = static_cast<double>(ns) / static_cast<double>(nd);
     for (int32_t j = 0; j < nd; ++j) {

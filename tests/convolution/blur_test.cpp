@@ -17,8 +17,7 @@ int32_t blur(int32_t rx, int32_t ry, const oxImage* src, oxImage* dst, const vol
 
 TEST(BoxBlur, DefaultsAndScratchSize) {
     oxBlurParams* p = oxBlurParamsDefault();
-    EXPECT_EQ(p->radiusX, 1);
-    EXPECT_EQ(p->radiusY, 1);
+    EXPECT_TRUE(p->radiusX == 1 && p->radiusY == 1);
     oxBlurParamsRelease(&p);
     EXPECT_EQ(p, nullptr);
     EXPECT_EQ(oxBlurGetTempBufferSize(make(5, 3, OX_GRAY).get()), 0u);
@@ -39,7 +38,6 @@ TEST(BoxBlur, OneChannelWorkedValues) {
         {"no pass: nothing written", 2, 1, 0, 0, {9, 9}, {7, 7}},
         {"row not longer than radius", 2, 2, 2, 1, {1, 2, 3, 4}, {}},
         {"column not longer than radius", 3, 1, 1, 1, {1, 2, 3}, {}},
-        {"single column", 1, 4, 1, 0, {1, 2, 3, 4}, {}},
     };
     for (const Case& c : cases) {
         Image src = make(c.w, c.h, OX_GRAY), dst = make(c.w, c.h, OX_GRAY);
@@ -74,15 +72,14 @@ TEST(BoxBlur, ColourChannelsOneToThreeOnly) {
         std::fill_n(dst->data, byteCount(dst.get()), 0xEE);
         ASSERT_EQ(blur(2, 1, src.get(), dst.get()), 0);
         for (int32_t c = 1; c <= oxImageGetNChannel(src.get()); ++c) {
-            Image plane = make(9, 6, OX_GRAY), got = make(9, 6, OX_GRAY);
-            oxImageExtractChannel(src.get(), plane.get(), c);
+            Image want = make(9, 6, OX_GRAY), got = make(9, 6, OX_GRAY);
+            oxImageExtractChannel(src.get(), want.get(), c);
             oxImageExtractChannel(dst.get(), got.get(), c);
-            if (c == 4) {
-                EXPECT_EQ(bytesOf(got.get()), std::vector<uint8_t>(54, 0xEE)) << "alpha is left alone";
-                continue;
-            }
-            ASSERT_EQ(blur(2, 1, plane.get(), plane.get()), 0);
-            EXPECT_EQ(bytesOf(got.get()), bytesOf(plane.get())) << encoding << " channel " << c;
+            if (c < 4)
+                ASSERT_EQ(blur(2, 1, want.get(), want.get()), 0);
+            else
+                std::fill_n(want->data, 54, 0xEE);  // alpha is left as dst held it
+            EXPECT_EQ(bytesOf(got.get()), bytesOf(want.get())) << encoding << " channel " << c;
         }
     }
 }

@@ -18,5 +18,8 @@
 #include "ox_transform.h"
 #include "ox_convert.h"
 #include "ox_volume.h"
+#include "ox_function.h"
+#include "ox_blur.h"
+#include "ox_resize.h"
 
 #endif /* YEWWPFWRAP_H */

@@ -6,5 +6,7 @@
 #include "ox_image.h"
 #include "ox_color.h"
 #include "ox_elementwise.h"
+#include "ox_kernel.h"
+#include "ox_convolution.h"
 
 #endif /* YEWWPFWRAP_H */

@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "convolution/detail/kernel_rules.hpp"
-#include "convolution/detail/passes_plain.hpp"
+#include "convolution/detail/passes.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "core/detail/planes.hpp"
@@ -16,12 +16,14 @@ namespace {
 
 // The weights, radius and border rule of one axis, when the kernel can run
 // over a line of `length` samples: the passes index inside the line only
-// while it is at least as long as the kernel.
+// while it is at least as long as the kernel, and count padded positions
+// (up to length + r) in int32.
 bool axisTaps(const oxSepKernel* k, bool horizontal, int32_t length, Taps& t) {
     const float* w = horizontal ? k->kernelX : k->kernelY;
     const int32_t r = horizontal ? k->radiusX : k->radiusY;
     const PadRule pad = padRule(k->border);
     if (!w || r < 0 || !pad || length < 2 * static_cast<int64_t>(r) + 1) return false;
+    if (static_cast<int64_t>(length) + r > INT32_MAX) return false;
     t = {w, r, pad};
     return true;
 }
@@ -33,16 +35,14 @@ template <class T> bool holds(const oxImage* img) {
 template <class T> int32_t horizontalPass(const oxImage* src, uint8_t* dst, const oxSepKernel* k, bool symmetric) {
     Taps t;
     if (!holds<T>(src) || !dst || !k || !axisTaps(k, true, src->width, t)) return 1;
-    plain::horizontal<T>(src->data, dst, src->width, src->height, t, symmetric);
-    return 0;
+    return horizontal<T>(src->data, dst, src->width, src->height, t, symmetric) ? 0 : 1;
 }
 
 template <class T>
 int32_t verticalPass(const uint8_t* src, uint8_t* scratch, oxImage* dst, const oxSepKernel* k, bool symmetric) {
     Taps t;
     if (!src || (symmetric && !scratch) || !holds<T>(dst) || !k || !axisTaps(k, false, dst->height, t)) return 1;
-    plain::vertical<T>(src, scratch, dst->data, dst->width, dst->height, t, symmetric);
-    return 0;
+    return vertical<T>(src, scratch, dst->data, dst->width, dst->height, t, symmetric) ? 0 : 1;
 }
 
 uint8_t* bytes(float* p) { return reinterpret_cast<uint8_t*>(p); }

@@ -13,32 +13,23 @@ using namespace oxtest;
 namespace {
 
 Kernel makeKernel(std::vector<float> x, std::vector<float> y, int32_t normalize = 0, int32_t border = OX_PAD_EXPAND) {
-    Kernel k(oxSepKernelCreate(static_cast<int32_t>(x.size() / 2), static_cast<int32_t>(y.size() / 2), normalize, border));
+    Kernel k(
+        oxSepKernelCreate(static_cast<int32_t>(x.size() / 2), static_cast<int32_t>(y.size() / 2), normalize, border));
     std::copy(x.begin(), x.end(), k->kernelX);
     std::copy(y.begin(), y.end(), k->kernelY);
     return k;
 }
 
-using HPass = int32_t (*)(const oxImage*, float*, const oxSepKernel*);
-using VPass = int32_t (*)(const float*, oxImage*, const oxSepKernel*);
-using SymmVPass = int32_t (*)(const float*, float*, oxImage*, const oxSepKernel*);
-
 struct Passes {
     int32_t type;
-    HPass h, symmH;
-    VPass v;
-    SymmVPass symmV;
+    decltype(&oxApplySepKernelH) h, symmH;
+    decltype(&oxApplySepKernelV) v;
+    decltype(&oxApplySepKernelSymmV) symmV;
 };
 const Passes kPasses[] = {
     {OX_8U, oxApplySepKernelH, oxApplySepKernelSymmH, oxApplySepKernelV, oxApplySepKernelSymmV},
     {OX_32F, oxApplySepKernelH32F, oxApplySepKernelSymmH32F, oxApplySepKernelV32F, oxApplySepKernelSymmV32F},
     {OX_64F, oxApplySepKernelH64D, oxApplySepKernelSymmH64D, oxApplySepKernelV64D, oxApplySepKernelSymmV64D}};
-
-template <class F> void withSample(int32_t type, F&& f) {
-    if (type == OX_8U) f(uint8_t{});
-    if (type == OX_32F) f(float{});
-    if (type == OX_64F) f(double{});
-}
 
 std::vector<float> randomFloats(size_t n, std::mt19937& rng, float lo, float hi) {
     std::vector<float> v(n);
@@ -55,14 +46,13 @@ std::vector<uint8_t> floatBytes(const std::vector<float>& v) {
 
 TEST(ConvolutionBuffer, SizeRule) {
     const struct {
-        int32_t w, h, encoding, type;
+        int32_t w, encoding, type;
         uint64_t bytes;
-    } cases[] = {{4, 3, OX_GRAY, OX_64F, 96},  {4, 3, OX_BGR, OX_8U, 108}, {4, 3, OX_RGBA, OX_64F, 192},
-                 {4, 3, OX_RGB, OX_16U, 120},  {4, 3, OX_BGR, 99, 96},     {0, 3, OX_BGR, OX_8U, 0}};
+    } cases[] = {{4, OX_GRAY, OX_64F, 96}, {4, OX_BGR, OX_8U, 108}, {4, OX_RGBA, OX_64F, 192},
+                 {4, OX_RGB, OX_16U, 120}, {4, OX_BGR, 99, 96},     {0, OX_BGR, OX_8U, 0}};
     for (const auto& c : cases) {
-        oxImage* img = oxImageCreateHeaderWithType(c.w, c.h, c.encoding, c.type);
-        EXPECT_EQ(oxSeparableConvolutionGetTempBufferSize(img), c.bytes) << c.encoding << "/" << c.type;
-        oxImageReleaseHeader(&img);
+        const oxImage img{c.type, c.encoding, 3, c.w, nullptr, {}, 0};
+        EXPECT_EQ(oxSeparableConvolutionGetTempBufferSize(&img), c.bytes) << c.encoding << "/" << c.type;
     }
 }
 
@@ -82,7 +72,8 @@ TEST(ConvolutionFilter, BorderRulesAndTruncationOnEachAxis) {
         Image src = make(w, h, OX_GRAY), dst = make(w, h, OX_GRAY);
         for (int32_t y = 0; y < h; ++y)
             for (int32_t x = 0; x < w; ++x) src->data[y * w + x] = line[c.horizontal ? x : y];
-        Kernel k = c.horizontal ? makeKernel(quarter, identity, 0, c.border) : makeKernel(identity, quarter, 0, c.border);
+        Kernel k =
+            c.horizontal ? makeKernel(quarter, identity, 0, c.border) : makeKernel(identity, quarter, 0, c.border);
         ASSERT_EQ(oxSeparableConvolutionFilter(src.get(), dst.get(), k.get()), 0);
         for (int32_t i = 0; i < 5; ++i)
             EXPECT_EQ(dst->data[c.horizontal ? w + i : i * w + 1], c.expect[i]) << c.horizontal << c.border << i;
@@ -108,29 +99,24 @@ TEST(ConvolutionPasses, ByteConversionClampsTruncatesAndSendsNanToTheTop) {
 // (a double sum or the reverse order gives 1 + 2^-23), and doubles are
 // narrowed before they are weighted: (1 + 2^-24 + 2^-30) - 1 gives 2^-23.
 TEST(ConvolutionPasses, SinglePrecisionInTapOrder) {
-    const double tiny = std::ldexp(1.0, -24);
+    const double tiny = std::ldexp(1.0, -24), big = 1.0 + tiny + std::ldexp(1.0, -30);
     const struct {
         int32_t type;
-        std::vector<double> row;
+        std::initializer_list<double> rows;
         std::vector<float> x;
         double expect;
-    } cases[] = {{OX_32F, {1.0, tiny, tiny}, {1, 1, 1}, 1.0},
-                 {OX_64F, {1.0, tiny, tiny}, {1, 1, 1}, 1.0},
-                 {OX_64F, {1.0 + tiny + std::ldexp(1.0, -30), 0.0, -1.0}, {1, 0, 1}, std::ldexp(1.0, -23)}};
+    } cases[] = {{OX_32F, {1, tiny, tiny, 1, tiny, tiny, 1, tiny, tiny}, {1, 1, 1}, 1.0},
+                 {OX_64F, {1, tiny, tiny, 1, tiny, tiny, 1, tiny, tiny}, {1, 1, 1}, 1.0},
+                 {OX_64F, {big, 0, -1, big, 0, -1, big, 0, -1}, {1, 0, 1}, std::ldexp(1.0, -23)}};
     for (const auto& c : cases)
         for (bool symmetric : {false, true}) {
-            Image src = make(3, 3, OX_GRAY, c.type), dst = make(3, 3, OX_GRAY, c.type);
-            for (int32_t i = 0; i < 9; ++i)
-                ox::detail::visitType(c.type, [&](auto tag) {
-                    const auto v = static_cast<typename decltype(tag)::type>(c.row[i % 3]);
-                    std::memcpy(src->data + i * sizeof v, &v, sizeof v);
-                });
+            Image src = fromValues<double>(3, 3, OX_GRAY, c.type, c.rows), dst = make(3, 3, OX_GRAY, c.type);
             Kernel k = makeKernel(c.x, {0, 1, 0});
             std::vector<float> inter(9), scratch(9);
             const Passes& p = kPasses[c.type == OX_32F ? 1 : 2];
             ASSERT_EQ((symmetric ? p.symmH : p.h)(src.get(), inter.data(), k.get()), 0);
-            ASSERT_EQ((symmetric ? p.symmV(inter.data(), scratch.data(), dst.get(), k.get())
-                                 : p.v(inter.data(), dst.get(), k.get())),
+            ASSERT_EQ(symmetric ? p.symmV(inter.data(), scratch.data(), dst.get(), k.get())
+                                : p.v(inter.data(), dst.get(), k.get()),
                       0);
             EXPECT_EQ(ox::detail::readElement(dst->data, c.type, 4), c.expect) << c.type << symmetric;
         }
@@ -140,6 +126,7 @@ TEST(ConvolutionPasses, SinglePrecisionInTapOrder) {
 // lengths; and the symmetric forms against the general ones, which must
 // agree exactly for a symmetric kernel.
 TEST(ConvolutionPasses, MatchPlainCodeAndEachOtherOnAwkwardLengths) {
+    using namespace ox::detail::sep;
     std::mt19937 rng(11);
     std::vector<int32_t> lengths{1031};
     for (int32_t n = 1; n <= 17; ++n) lengths.push_back(n);
@@ -148,35 +135,30 @@ TEST(ConvolutionPasses, MatchPlainCodeAndEachOtherOnAwkwardLengths) {
             for (int32_t r : {1, 2, 3, 7})
                 for (int32_t n : lengths) {
                     if (n < 2 * r + 1) continue;
-                    std::vector<float> sym = randomFloats(2 * r + 1, rng, -0.5f, 1.0f);
-                    for (int32_t i = 0; i < r; ++i) sym[2 * r - i] = sym[i];
-                    const std::vector<float> asym = randomFloats(2 * r + 1, rng, -0.5f, 1.0f);
-                    const Kernel kernels[] = {makeKernel(sym, sym, 0, border), makeKernel(asym, asym, 0, border)};
-                    const int32_t cross = 3;
-                    Image src = noise(n, cross, OX_GRAY, p.type, n * 7 + r);
-                    Image general = make(cross, n, OX_GRAY, p.type), symm = make(cross, n, OX_GRAY, p.type);
-                    Image plainOut = make(cross, n, OX_GRAY, p.type);
-                    const std::vector<float> column = randomFloats(static_cast<size_t>(n) * cross, rng, -20.0f, 280.0f);
-                    const size_t area = static_cast<size_t>(n) * cross;
-                    for (const Kernel& k : kernels) {
-                        const bool symmetric = &k == &kernels[0];
-                        const ox::detail::sep::Taps t{k->kernelX, r, ox::detail::padRule(border)};
+                    std::vector<float> sym = randomFloats(2 * r + 1, rng, -0.5f, 1.0f), asym = sym;
+                    for (int32_t i = 0; i < r; ++i) sym[2 * r - i] = sym[i];  // asym keeps its random tail
+                    const size_t area = static_cast<size_t>(n) * 3;           // lines of n, three of them
+                    Image src = noise(n, 3, OX_GRAY, p.type, n * 7 + r), plainV = make(3, n, OX_GRAY, p.type);
+                    Image general = make(3, n, OX_GRAY, p.type), symm = make(3, n, OX_GRAY, p.type);
+                    const std::vector<float> column = randomFloats(area, rng, -20.0f, 280.0f);
+                    for (const std::vector<float>* w : {&asym, &sym}) {
+                        Kernel k = makeKernel(*w, *w, 0, border);
+                        const Taps t{k->kernelX, r, ox::detail::padRule(border)};
                         std::vector<float> hGen(area), hSym(area), hPlain(area), scratch(area);
                         ASSERT_EQ(p.h(src.get(), hGen.data(), k.get()), 0);
                         ASSERT_EQ(p.v(column.data(), general.get(), k.get()), 0);
-                        withSample(p.type, [&](auto sample) {
-                            using T = decltype(sample);
-                            auto* hp = reinterpret_cast<uint8_t*>(hPlain.data());
-                            auto* sp = reinterpret_cast<uint8_t*>(scratch.data());
-                            ox::detail::sep::plain::horizontal<T>(src->data, hp, n, cross, t, false);
-                            ox::detail::sep::plain::vertical<T>(reinterpret_cast<const uint8_t*>(column.data()), sp,
-                                                                plainOut->data, cross, n, t, false);
+                        ox::detail::visitType(p.type, [&](auto tag) {
+                            using T = typename decltype(tag)::type;
+                            plain::horizontal<T>(src->data, reinterpret_cast<uint8_t*>(hPlain.data()), n, 3, t, false);
+                            plain::vertical<T>(reinterpret_cast<const uint8_t*>(column.data()),
+                                               reinterpret_cast<uint8_t*>(scratch.data()), plainV->data, 3, n, t,
+                                               false);
                         });
-                        const auto trace = ::testing::Message() << p.type << " border " << border << " r " << r
-                                                                << " n " << n << (symmetric ? " sym" : " asym");
+                        const auto trace = ::testing::Message() << p.type << " border " << border << " r " << r << " n "
+                                                                << n << (w == &sym ? " sym" : " asym");
                         EXPECT_EQ(floatBytes(hGen), floatBytes(hPlain)) << trace;
-                        EXPECT_EQ(bytesOf(general.get()), bytesOf(plainOut.get())) << trace;
-                        if (!symmetric) continue;
+                        EXPECT_EQ(bytesOf(general.get()), bytesOf(plainV.get())) << trace;
+                        if (w == &asym) continue;
                         ASSERT_EQ(p.symmH(src.get(), hSym.data(), k.get()), 0);
                         ASSERT_EQ(p.symmV(column.data(), scratch.data(), symm.get(), k.get()), 0);
                         EXPECT_EQ(floatBytes(hSym), floatBytes(hGen)) << trace;
@@ -186,78 +168,51 @@ TEST(ConvolutionPasses, MatchPlainCodeAndEachOtherOnAwkwardLengths) {
 }
 
 TEST(ConvolutionPasses, RefuseWhatCannotRunInsideTheLine) {
-    Kernel k = makeKernel({1, 2, 3, 2, 1}, {1, 2, 1});
-    Kernel badBorder = makeKernel({1, 2, 1}, {1, 2, 1});
+    Kernel k = makeKernel({1, 2, 3, 2, 1}, {1, 2, 1}), badBorder = makeKernel({1, 2, 1}, {1, 2, 1});
     badBorder->border = 2;
-    Image narrow = make(4, 4, OX_GRAY), ok = make(5, 3, OX_GRAY), floats = make(5, 3, OX_GRAY, OX_32F);
+    Image narrow = make(4, 4, OX_GRAY), low = make(5, 2, OX_GRAY), ok = make(5, 3, OX_GRAY);
+    Image floats = make(5, 3, OX_GRAY, OX_32F);
     std::vector<float> inter(20), scratch(20);
     const struct {
         const char* what;
         int32_t status;
     } cases[] = {
         {"line shorter than kernelX", oxApplySepKernelH(narrow.get(), inter.data(), k.get())},
-        {"column shorter than kernelY", oxApplySepKernelSymmV(inter.data(), scratch.data(), make(4, 2, OX_GRAY).get(), k.get())},
-        {"wrong pixel type", oxApplySepKernelH(floats.get(), inter.data(), k.get())},
-        {"wrong pixel type (64D)", oxApplySepKernelV64D(inter.data(), floats.get(), k.get())},
+        {"column shorter than kernelY", oxApplySepKernelSymmV(inter.data(), scratch.data(), low.get(), k.get())},
+        {"wrong pixel type", oxApplySepKernelV64D(inter.data(), floats.get(), k.get())},
         {"null intermediate", oxApplySepKernelSymmH(ok.get(), nullptr, k.get())},
         {"null scratch", oxApplySepKernelSymmV32F(inter.data(), nullptr, floats.get(), k.get())},
-        {"null kernel", oxApplySepKernelV(inter.data(), ok.get(), nullptr)},
         {"null image", oxApplySepKernelH32F(nullptr, inter.data(), k.get())},
-        {"unknown border", oxApplySepKernelH(ok.get(), inter.data(), badBorder.get())},
-    };
+        {"unknown border", oxApplySepKernelH(ok.get(), inter.data(), badBorder.get())}};
     for (const auto& c : cases) EXPECT_EQ(c.status, 1) << c.what;
 }
 
 TEST(ConvolutionFilter, RefusalsLeaveTheDestinationAlone) {
-    Kernel g(oxSepKernelGaussian(2));
-    Kernel zeroSum = makeKernel({-1, 0, 1}, {1, 2, 1}, 1);
+    Kernel g(oxSepKernelGaussian(2)), zeroSum = makeKernel({-1, 0, 1}, {1, 2, 1}, 1);
     const struct {
         const char* what;
-        int32_t w, h, srcEnc, srcType, dstEnc, dstType;
+        int32_t w, h, srcEnc, srcType, dstW, dstEnc, dstType;
         const oxSepKernel* kernel;
-    } cases[] = {{"16-bit", 6, 6, OX_GRAY, OX_16U, OX_GRAY, OX_16U, g.get()},
-                 {"32S", 6, 6, OX_BGR, OX_32S, OX_BGR, OX_32S, g.get()},
-                 {"types differ", 6, 6, OX_GRAY, OX_64F, OX_GRAY, OX_8U, g.get()},
-                 {"grey into colour", 6, 6, OX_GRAY, OX_8U, OX_BGR, OX_8U, g.get()},
-                 {"narrower than the kernel", 4, 6, OX_BGR, OX_8U, OX_BGR, OX_8U, g.get()},
-                 {"lower than the kernel", 6, 4, OX_GRAY, OX_32F, OX_GRAY, OX_32F, g.get()},
-                 {"kernel sums to 0", 6, 6, OX_BGR, OX_8U, OX_BGR, OX_8U, zeroSum.get()},
-                 {"no kernel", 6, 6, OX_BGR, OX_8U, OX_BGR, OX_8U, nullptr}};
+    } cases[] = {{"16-bit", 6, 6, OX_GRAY, OX_16U, 6, OX_GRAY, OX_16U, g.get()},
+                 {"32S", 6, 6, OX_BGR, OX_32S, 6, OX_BGR, OX_32S, g.get()},
+                 {"types differ", 6, 6, OX_GRAY, OX_64F, 6, OX_GRAY, OX_8U, g.get()},
+                 {"sizes differ", 6, 6, OX_GRAY, OX_8U, 7, OX_GRAY, OX_8U, g.get()},
+                 {"grey into colour", 6, 6, OX_GRAY, OX_8U, 6, OX_BGR, OX_8U, g.get()},
+                 {"narrower than the kernel", 4, 6, OX_BGR, OX_8U, 4, OX_BGR, OX_8U, g.get()},
+                 {"lower than the kernel", 6, 4, OX_GRAY, OX_32F, 6, OX_GRAY, OX_32F, g.get()},
+                 {"kernel sums to 0", 6, 6, OX_BGR, OX_8U, 6, OX_BGR, OX_8U, zeroSum.get()},
+                 {"no kernel", 6, 6, OX_BGR, OX_8U, 6, OX_BGR, OX_8U, nullptr}};
     for (const auto& c : cases) {
-        Image src = noise(c.w, c.h, c.srcEnc, c.srcType, 3), dst = noise(c.w, c.h, c.dstEnc, c.dstType, 4);
+        Image src = noise(c.w, c.h, c.srcEnc, c.srcType, 3), dst = noise(c.dstW, c.h, c.dstEnc, c.dstType, 4);
         const std::vector<uint8_t> before = bytesOf(dst.get());
         EXPECT_EQ(oxSeparableConvolutionFilter(src.get(), dst.get(), c.kernel), 1) << c.what;
         EXPECT_EQ(bytesOf(dst.get()), before) << c.what;
-    }
-    Image src = noise(6, 6, OX_GRAY, OX_8U, 5), dst = make(7, 6, OX_GRAY);
-    EXPECT_EQ(oxSeparableConvolutionFilter(src.get(), dst.get(), g.get()), 1);
-}
-
-TEST(ConvolutionFilter, ColourGoesChannelByChannelAndKeepsTheFourthChannel) {
-    Kernel g(oxSepKernelGaussian(3));
-    for (int32_t type : {OX_8U, OX_32F, OX_64F}) {
-        Image src = noise(19, 11, OX_RGBA, type, 21), dst = noise(19, 11, OX_RGBA, type, 22);
-        const std::vector<uint8_t> before = bytesOf(dst.get());
-        ASSERT_EQ(oxSeparableConvolutionFilter(src.get(), dst.get(), g.get()), 0);
-        const size_t e = static_cast<size_t>(ox::detail::elementSize(type));
-        for (int32_t c = 1; c <= 4; ++c) {
-            Image in = make(19, 11, OX_GRAY, type), out = make(19, 11, OX_GRAY, type), got = make(19, 11, OX_GRAY, type);
-            oxImageExtractChannel(src.get(), in.get(), c);
-            oxImageExtractChannel(dst.get(), got.get(), c);
-            if (c == 4) {
-                for (size_t i = 0; i < 19 * 11; ++i)  // RGBA keeps alpha in the last element of each pixel
-                    EXPECT_EQ(std::memcmp(got->data + i * e, before.data() + (i * 4 + 3) * e, e), 0);
-                continue;
-            }
-            ASSERT_EQ(oxSeparableConvolutionFilter(in.get(), out.get(), g.get()), 0);
-            EXPECT_EQ(bytesOf(got.get()), bytesOf(out.get())) << type << " channel " << c;
-        }
     }
 }
 
 // Pinned outputs; the work buffer has exactly the advertised size, so an
 // access past it fails under the address sanitizer. In-place filtering and
-// the allocating form give the same bytes.
+// the allocating form give the same bytes, and a fourth channel is kept.
 TEST(ConvolutionFilter, GoldenOutputsOptAndInPlace) {
     Kernel asym = makeKernel({1, 2, 3, 4, 5}, {1, 4, 6, 4, 1}, 1, OX_PAD_REFLECT);
     Kernel gauss(oxSepKernelGaussian(3));
@@ -269,12 +224,18 @@ TEST(ConvolutionFilter, GoldenOutputsOptAndInPlace) {
                  {37, 23, OX_GRAY, OX_8U, asym.get(), 13292530474425083608ull},
                  {17, 9, OX_RGB, OX_32F, asym.get(), 2809498962984272764ull},
                  {17, 9, OX_GRAY, OX_64F, gauss.get(), 1091743417387295629ull},
-                 {1031, 7, OX_BGR, OX_64F, gauss.get(), 2096320975268197921ull}};
+                 {1031, 7, OX_BGR, OX_64F, gauss.get(), 2096320975268197921ull},
+                 {19, 11, OX_RGBA, OX_8U, gauss.get(), 10372939446318244239ull}};
     for (const auto& c : cases) {
-        Image src = noise(c.w, c.h, c.encoding, c.type, 99), dst = make(c.w, c.h, c.encoding, c.type);
+        Image src = noise(c.w, c.h, c.encoding, c.type, 99), dst = noise(c.w, c.h, c.encoding, c.type, 98);
+        const std::vector<uint8_t> before = bytesOf(dst.get());
         std::vector<uint8_t> buffer(oxSeparableConvolutionGetTempBufferSize(src.get()));
         ASSERT_EQ(oxSeparableConvolutionFilterOpt(src.get(), dst.get(), c.kernel, buffer.data()), 0);
         EXPECT_EQ(hashImage(dst.get()), c.hash) << c.w << "x" << c.h << " type " << c.type;
+        if (c.encoding == OX_RGBA) {
+            for (size_t i = 3; i < before.size(); i += 4) ASSERT_EQ(dst->data[i], before[i]) << i;
+            continue;
+        }
         ASSERT_EQ(oxSeparableConvolutionFilter(src.get(), src.get(), c.kernel), 0);
         EXPECT_EQ(bytesOf(src.get()), bytesOf(dst.get()));
     }

@@ -125,16 +125,16 @@ inline void addMirrored(uint8_t* a, uint8_t* b, const uint8_t* s, float c, Lanes
 }
 
 // Symmetric form over a line of n positions holding `lanes` floats each
-// (that many lines side by side; a compile-time count where it is fixed). in(p) gives the samples of position p for
-// p from -r to n + r - 1, border rule applied; the accumulators of output q
-// are the `lanes` floats at acc + q * accStride (cleared here). Position p
-// adds its sample times w[r] to p and the single product with w[r+j] to
-// p+j and p-j, each inside the line. Positions are visited in ascending
-// order, so each output receives its products in the order of the general
-// form; done(q) runs as soon as output q is complete.
-template <class Lanes, class In, class Done>
-void scatterLines(int64_t n, const Taps& t, uint8_t* const acc, const int64_t accStride, Lanes lanes, In in,
-                  Done done) {
+// (that many lines side by side; a compile-time count where it is fixed).
+// in(p) gives the samples of position p for p from -r to n + r - 1, border
+// rule applied; the accumulators of output q are the `lanes` floats at
+// acc + q * accStride (cleared here). Position p adds its sample times w[r]
+// to p and the single product with w[r+j] to p+j and p-j, each inside the
+// line. Positions are visited in ascending order, so each output receives
+// its products in the order of the general form; done(q) runs as soon as
+// output q is complete.
+template <class Lanes, class In, class Done> void scatterLines(int64_t n, const Taps& t, uint8_t* const acc,
+                                                               const int64_t accStride, Lanes lanes, In in, Done done) {
     const int64_t r = t.r;
     const float* const c = t.w + r;
     // Output q is cleared just before its first product arrives (from
@@ -184,7 +184,8 @@ template <class T> bool horizontalGather(const uint8_t* src, uint8_t* dst, int32
     uint8_t* line = mem.get() + taps * sizeof(uint8_t*);
     for (size_t k = 0; k < taps; ++k) rows[k] = line + k * 4;  // tap k reads the padded row shifted by k
     for (int64_t y = 0; y < h; ++y) {
-        padLine<T>(src + y * w * static_cast<int64_t>(sizeof(T)), w, t, [&](int64_t i, float v) { storeAt(line, i, v); });
+        padLine<T>(src + y * w * static_cast<int64_t>(sizeof(T)), w, t,
+                   [&](int64_t i, float v) { storeAt(line, i, v); });
         uint8_t* out = dst + y * w * 4;
         gatherLines(rows, t, w, [&](int64_t x, auto v) { putSums<float>(out, x, v); });
     }
@@ -278,8 +279,7 @@ bool horizontal(const uint8_t* src, uint8_t* dst, int32_t w, int32_t h, const Ta
 }
 
 template <class T>
-bool vertical(const uint8_t* src, uint8_t* scratch, uint8_t* dst, int32_t w, int32_t h, const Taps& t,
-              bool symmetric) {
+bool vertical(const uint8_t* src, uint8_t* scratch, uint8_t* dst, int32_t w, int32_t h, const Taps& t, bool symmetric) {
     return symmetric ? verticalScatter<T>(src, scratch, dst, w, h, t) : verticalGather<T>(src, dst, w, h, t);
 }
 

@@ -64,8 +64,7 @@ void horizontal(const uint8_t* src, uint8_t* dst, int32_t w, int32_t h, const Ta
 // symmetric form accumulates column x in the contiguous scratch line at
 // x*h floats before converting it.
 template <class T>
-void vertical(const uint8_t* src, uint8_t* scratch, uint8_t* dst, int32_t w, int32_t h, const Taps& t,
-              bool symmetric) {
+void vertical(const uint8_t* src, uint8_t* scratch, uint8_t* dst, int32_t w, int32_t h, const Taps& t, bool symmetric) {
     for (int64_t x = 0; x < w; ++x) {
         auto in = [&](int32_t i) { return loadAt<float>(src, i * static_cast<int64_t>(w) + x); };
         if (symmetric) {
@@ -74,7 +73,8 @@ void vertical(const uint8_t* src, uint8_t* scratch, uint8_t* dst, int32_t w, int
             scatterLine(h, t, in, [&](int64_t q, float v) { storeAt(line, q, loadAt<float>(line, q) + v); });
             for (int64_t y = 0; y < h; ++y) storeAt(dst, y * w + x, fromSum<T>(loadAt<float>(line, y)));
         } else {
-            gatherLine(h, t, in, [&](int32_t y, float s) { storeAt(dst, y * static_cast<int64_t>(w) + x, fromSum<T>(s)); });
+            gatherLine(h, t, in,
+                       [&](int32_t y, float s) { storeAt(dst, y * static_cast<int64_t>(w) + x, fromSum<T>(s)); });
         }
     }
 }

@@ -21,5 +21,7 @@
 #include "ox_function.h"
 #include "ox_blur.h"
 #include "ox_resize.h"
+#include "ox_kernel.h"
+#include "ox_convolution.h"
 
 #endif /* YEWWPFWRAP_H */

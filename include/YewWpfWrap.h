@@ -6,5 +6,6 @@
 #include "ox_image.h"
 #include "ox_color.h"
 #include "ox_elementwise.h"
+#include "ox_bilateral.h"
 
 #endif /* YEWWPFWRAP_H */

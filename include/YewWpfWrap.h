@@ -23,5 +23,6 @@
 #include "ox_resize.h"
 #include "ox_kernel.h"
 #include "ox_convolution.h"
+#include "ox_bilateral.h"
 
 #endif /* YEWWPFWRAP_H */

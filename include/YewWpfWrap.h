@@ -7,5 +7,6 @@
 #include "ox_color.h"
 #include "ox_elementwise.h"
 #include "ox_convert.h"
+#include "ox_dump.h"
 
 #endif /* YEWWPFWRAP_H */

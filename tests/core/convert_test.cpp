@@ -35,7 +35,8 @@ TEST(CvtType, EveryTypePairWorkedValues) {
         {OX_32S, OX_64F, 65535, 1.0},       {OX_32U, OX_8U, 0xFFABCDEF, 0xAB},    {OX_32U, OX_16U, 0xFFABCDEF, 0xABCD},
         {OX_32U, OX_32S, 0xFFABCDEF, -21555},  // the one arithmetic shift
         {OX_32U, OX_32U, 0xFFFFFFFF, 0xFFFFFFFF}, {OX_32U, OX_32F, 16777215, 0x1.4018bep+3},
-        {OX_32U, OX_32F, 2147483648.0, 0x1.4018bep+10}, {OX_32U, OX_64F, 100, 0x1.f426a98516a3bp-15},
+        {OX_32U, OX_32F, 0xFFFFFEDE, 0x1.4018bep+11},  // read unsigned, rounded to float, then divided
+        {OX_32U, OX_64F, 100, 0x1.f426a98516a3bp-15},
         {OX_32F, OX_8U, 1.5, 126},          {OX_32F, OX_8U, -0x1.99999ap-4, 231}, {OX_32F, OX_8U, kNaN, 0},
         {OX_32F, OX_8U, 0x1.020202p+0, 1},  // the float product is 257.0; in double it would be 256.99...
         {OX_32F, OX_16U, 0x1.0001p-8, 256}, {OX_32F, OX_32S, -1, -65535},         {OX_32F, OX_32U, 0x1.0003cap-8, 6552},
@@ -59,7 +60,7 @@ TEST(CvtTypeGivenRange, WorkedValues) {
         {OX_16U, OX_8U, 0, 4095, 4095, 255}, {OX_16U, OX_8U, 0, 4095, 2048, 127}, {OX_16U, OX_8U, 0, 4095, 5000, 255},
         {OX_8U, OX_8U, 50, 100, 75, 127},     {OX_8U, OX_8U, 50, 100, 30, 0},      {OX_64F, OX_32U, 0, 1, 1.0, 1677215},
         {OX_32U, OX_8U, -10, 10, 0xFFFFFFFF, 114},  // 32U reads as signed -1
-        {OX_16U, OX_32U, 0, 65535, 545, 13947},     // 13947.9999 in double, 13948 in single precision
+        {OX_16U, OX_32U, 0, 65535, 2153, 55100},    // 55100.998 in double, 55101 in single precision
         {OX_32S, OX_32F, 0, 65535, 70000, 1}, {OX_32F, OX_8U, 0, 1, kNaN, 0},      {OX_32F, OX_32F, 0, 1, kNaN, kNaN},
     };
     for (const Case& c : cases) {

@@ -23,6 +23,7 @@
 #include "ox_resize.h"
 #include "ox_kernel.h"
 #include "ox_convolution.h"
+#include "ox_convolution3d.h"
 #include "ox_bilateral.h"
 #include "ox_dump.h"
 

@@ -1,0 +1,120 @@
+// Colour correction: per-channel white-point stretch through three tables.
+#include <algorithm>
+
+#include "core/detail/handles.hpp"
+#include "core/detail/numeric.hpp"
+#include "core/detail/status.hpp"
+#include "effects/detail/stage.hpp"
+#include "effects/detail/stage_pixels.hpp"
+#include "ox_color_correction.h"
+
+using namespace ox::detail;
+
+namespace {
+
+int32_t retrieve(oxColorCorrectionStats& stats, const oxImage* image, AbortFlag abortFlag) {
+    if (!isColour(image) || !walkable(image)) return code(Status::Refused);
+    stats = {0.0f, 0.0f, 0.0f};
+    const ColourBytes px = colourBytes(image);
+    // Bytes compare exactly as their float values, so the maxima are kept as
+    // integers; the record is written only when the walk completes, so an
+    // aborted call leaves it holding zeros.
+    uint8_t maxB = 0, maxG = 0, maxR = 0;
+    for (int32_t y = 0; y < image->height; ++y) {
+        if (abortRequested(abortFlag)) return code(Status::Aborted);
+        const uint8_t* p = px.rowAt(y);
+        for (int32_t x = 0; x < image->width; ++x, p += px.step) {
+            maxB = std::max(maxB, p[px.b]);
+            maxG = std::max(maxG, p[px.g]);
+            maxR = std::max(maxR, p[px.r]);
+        }
+    }
+    stats = {static_cast<float>(maxB), static_cast<float>(maxG), static_cast<float>(maxR)};
+    return code(Status::Ok);
+}
+
+void fillTable(float maximum, float& scale, uint8_t* lut) {
+    scale = 255.0f / maximum;
+    for (int i = 0; i < 256; ++i) lut[i] = clampToByte(scale * static_cast<float>(i));
+}
+
+void compute(const oxColorCorrectionStats& stats, oxColorCorrectionAddParams& out) {
+    fillTable(stats.maxB, out.scaleB, out.lutB);
+    fillTable(stats.maxG, out.scaleG, out.lutG);
+    fillTable(stats.maxR, out.scaleR, out.lutR);
+}
+
+int32_t apply(const oxColorCorrectionAddParams& params, const oxImage* source, oxImage* destination) {
+    if (!isColour(source) || !isColour(destination)) return code(Status::Refused);
+    if (!walkable(source) || !writableFor(destination, source)) return code(Status::Refused);
+    const ColourBytes s = colourBytes(source), d = colourBytes(destination);
+    for (int32_t y = 0; y < source->height; ++y) {
+        const uint8_t* sp = s.rowAt(y);
+        uint8_t* dp = d.rowAt(y);
+        for (int32_t x = 0; x < source->width; ++x, sp += s.step, dp += d.step) {
+            // All three read before any write: the destination may be the source.
+            const uint8_t b = params.lutB[sp[s.b]], g = params.lutG[sp[s.g]], r = params.lutR[sp[s.r]];
+            dp[d.b] = b;
+            dp[d.g] = g;
+            dp[d.r] = r;
+        }
+    }
+    return code(Status::Ok);
+}
+
+struct ColourCorrectionStage {
+    struct Params {};
+    using Stats = oxColorCorrectionStats;
+    using Derived = oxColorCorrectionAddParams;
+    static int32_t retrieve(Stats& s, const oxImage* img, AbortFlag f) { return ::retrieve(s, img, f); }
+    static void compute(const Stats& s, const Params*, Derived& d) { ::compute(s, d); }
+    static int32_t apply(const Derived& d, const oxImage* src, oxImage* dst, AbortFlag) {
+        return ::apply(d, src, dst);
+    }
+};
+
+}  // namespace
+
+extern "C" {
+
+OX_API oxColorCorrectionStats* oxColorCorrectionStatsCreate(void) {
+    return allocateRecord<oxColorCorrectionStats>();
+}
+
+OX_API void oxColorCorrectionStatsRelease(oxColorCorrectionStats** stats) { releaseHeapRecord(stats); }
+
+OX_API void oxColorCorrectionStatsInit(oxColorCorrectionStats* stats) {
+    if (stats != nullptr) *stats = {0.0f, 0.0f, 0.0f};
+}
+
+OX_API int32_t oxColorCorrectionStatsRetrieve(oxColorCorrectionStats* stats, const oxImage* image,
+                                              const volatile int32_t* abortFlag) {
+    if (stats == nullptr || image == nullptr) return code(Status::Refused);
+    return retrieve(*stats, image, abortFlag);
+}
+
+OX_API void oxColorCorrectionStatsUpdate(const oxColorCorrectionStats* from, oxColorCorrectionStats* into) {
+    if (from == nullptr || into == nullptr) return;
+    if (from->maxB > into->maxB) into->maxB = from->maxB;
+    if (from->maxG > into->maxG) into->maxG = from->maxG;
+    if (from->maxR > into->maxR) into->maxR = from->maxR;
+}
+
+OX_API void oxColorCorrectionAddParamsCompute(const oxColorCorrectionStats* stats,
+                                              oxColorCorrectionAddParams* addParams) {
+    if (stats != nullptr && addParams != nullptr) compute(*stats, *addParams);
+}
+
+OX_API int32_t oxColorCorrectionApply(const oxColorCorrectionAddParams* addParams, const oxImage* source,
+                                      oxImage* destination) {
+    if (addParams == nullptr || source == nullptr || destination == nullptr) return code(Status::Refused);
+    return apply(*addParams, source, destination);
+}
+
+OX_API int32_t oxColorCorrectionFilter(const oxImage* source, const oxImage* weights, oxImage* destination,
+                                       const volatile int32_t* abortFlag) {
+    if (source == nullptr || destination == nullptr) return code(Status::Refused);
+    return runStageFilter<ColourCorrectionStage>(nullptr, source, weights, destination, abortFlag);
+}
+
+}  // extern "C"

@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "support/test_support.hpp"
+
+using namespace oxtest;
+
+namespace {
+
+struct Records {
+    oxContrastEnhanceParams* params = oxContrastEnhanceParamsDefault();
+    oxContrastEnhanceStats* stats = oxContrastEnhanceStatsCreate();
+    ~Records() {
+        oxContrastEnhanceParamsRelease(&params);
+        oxContrastEnhanceStatsRelease(&stats);
+    }
+    std::array<uint8_t, 256> table() const {
+        std::array<uint8_t, 256> t{};
+        oxContrastEnhanceAddParamsCompute(stats, params, t.data());
+        return t;
+    }
+};
+
+}  // namespace
+
+TEST(Contrast, BlackAndWhitePointsFromTheHistogram) {
+    // Each case: histogram filler, pixel count, then entries that fix black
+    // and white (the first input above 0 output is black + 1).
+    struct Case {
+        const char* name;
+        void (*fill)(float*);
+        float pixelCount;
+        std::initializer_list<std::pair<int, int>> entries;
+    } cases[] = {
+        // 10 per bin of 2560: black 1 (20 > 10.24), white 253 (30 > 23.04).
+        {"flat", [](float* h) { std::fill(h, h + 256, 10.0f); }, 2560, {{1, 0}, {2, 1}, {127, 127}, {253, 254}, {254, 255}}},
+        // One level v: black = white = v, so a hard threshold at v.
+        {"single", [](float* h) { h[100] = 64.0f; }, 64, {{100, 0}, {101, 255}, {0, 0}}},
+        // All 255: bin 255 never sets black, so both points are 255 and all maps to 0.
+        {"white", [](float* h) { h[255] = 64.0f; }, 64, {{254, 0}, {255, 0}}},
+        // The running sum must exceed the count strictly: 4 > 4 is false.
+        {"strict", [](float* h) { h[0] = 4.0f; h[1] = 1.0f; h[200] = 995.0f; }, 1000, {{1, 0}, {2, 1}}},
+    };
+    for (const Case& c : cases) {
+        Records r;
+        std::fill(r.stats->histogram, r.stats->histogram + 256, 0.0f);
+        c.fill(r.stats->histogram);
+        r.stats->pixelCount = c.pixelCount;
+        const auto t = r.table();
+        for (auto [in, out] : c.entries) EXPECT_EQ(t[in], out) << c.name << " @" << in;
+    }
+}
+
+TEST(Contrast, ManualLevelsIgnoreTheHistogram) {
+    struct Case {
+        uint8_t black, white;
+        int input, expected;
+    } cases[] = {{16, 235, 16, 0}, {16, 235, 235, 255}, {16, 235, 126, 128}, {16, 235, 15, 0},
+                 {0, 7, 7, 254},  // 7 * (255 / 7) is just below 255 in float
+                 {200, 100, 100, 255}, {200, 100, 150, 127}};  // inverted
+    for (const Case& c : cases) {
+        Records r;
+        r.params->manual = 1;
+        r.params->blackLevel = c.black;
+        r.params->whiteLevel = c.white;
+        std::fill(r.stats->histogram, r.stats->histogram + 256, 1.0f);
+        r.stats->pixelCount = 256;
+        EXPECT_EQ(r.table()[c.input], c.expected) << int(c.black) << "-" << int(c.white) << " @" << c.input;
+    }
+}
+
+TEST(Contrast, StatisticsCountTheBrightestColourChannel) {
+    Records r;
+    Image rgba = fromBytes(3, 1, OX_RGBA, {10, 20, 30, 255, 90, 5, 5, 255, 7, 70, 7, 0});
+    ASSERT_EQ(oxContrastEnhanceStatsRetrieve(r.stats, rgba.get(), nullptr), 0);
+    EXPECT_EQ(r.stats->histogram[30] + r.stats->histogram[90] + r.stats->histogram[70], 3.0f);
+    EXPECT_EQ(r.stats->histogram[255], 0.0f);  // alpha ignored
+    Image grey = fromBytes(3, 1, OX_GRAY, {4, 4, 9});
+    ASSERT_EQ(oxContrastEnhanceStatsRetrieve(r.stats, grey.get(), nullptr), 0);
+    EXPECT_EQ(r.stats->histogram[4], 2.0f);
+    EXPECT_EQ(r.stats->pixelCount, 3.0f);
+}
+
+TEST(Contrast, UpdateDoublesTheHistogramButKeepsTheInitialCount) {
+    Records r;
+    oxContrastEnhanceStats* tile = oxContrastEnhanceStatsCreate();
+    Image img = noise(8, 4, OX_BGR, OX_8U, 5);
+    oxContrastEnhanceStatsInit(r.stats, img.get());
+    for (int pass = 0; pass < 2; ++pass) {
+        ASSERT_EQ(oxContrastEnhanceStatsRetrieve(tile, img.get(), nullptr), 0);
+        oxContrastEnhanceStatsUpdate(tile, r.stats);
+    }
+    EXPECT_EQ(r.stats->pixelCount, 32.0f);
+    for (int i = 0; i < 256; ++i) ASSERT_EQ(r.stats->histogram[i], 2.0f * tile->histogram[i]);
+    oxContrastEnhanceStatsRelease(&tile);
+}
+
+TEST(Contrast, SingleLevelImageBecomesBlackAndGreyAppliesInPlace) {
+    Records r;
+    Image colour = make(5, 3, OX_BGR), grey = make(5, 3, OX_GRAY);
+    std::memset(colour->data, 100, byteCount(colour.get()));
+    std::memset(grey->data, 100, byteCount(grey.get()));
+    grey->data[14] = 101;
+    ASSERT_EQ(oxContrastEnhanceFilter(r.params, colour.get(), nullptr, colour.get(), nullptr), 0);
+    EXPECT_EQ(bytesOf(colour.get()), std::vector<uint8_t>(45, 0));
+    ASSERT_EQ(oxContrastEnhanceFilter(r.params, grey.get(), nullptr, grey.get(), nullptr), 0);
+    EXPECT_EQ(grey->data[0], 0);
+    EXPECT_EQ(grey->data[14], 255);
+}
+
+TEST(Contrast, RefusalsAndAbort) {
+    Records r;
+    const std::array<uint8_t, 256> table{};
+    Image src = noise(6, 4, OX_BGR, OX_8U, 2), grey = make(6, 4, OX_GRAY), narrow = make(5, 4, OX_BGR);
+    Image dst = make(6, 4, OX_BGR);
+    std::memset(dst->data, 9, byteCount(dst.get()));
+    EXPECT_EQ(oxContrastEnhanceApply(table.data(), src.get(), grey.get(), nullptr), 1);
+    EXPECT_EQ(oxContrastEnhanceApply(table.data(), src.get(), narrow.get(), nullptr), 1);
+    EXPECT_EQ(oxContrastEnhanceApply(table.data(), grey.get(), narrow.get(), nullptr), 1);
+    const int32_t stop = 1;
+    EXPECT_EQ(oxContrastEnhanceFilter(r.params, src.get(), nullptr, dst.get(), &stop), 2);
+    EXPECT_EQ(oxContrastEnhanceApply(table.data(), src.get(), dst.get(), &stop), 2);
+    EXPECT_EQ(dst->data[0], 9);
+    // A refused retrieve still leaves an emptied record.
+    src->encoding = 7;
+    r.stats->histogram[3] = 5.0f;
+    EXPECT_EQ(oxContrastEnhanceStatsRetrieve(r.stats, src.get(), nullptr), 1);
+    EXPECT_EQ(r.stats->histogram[3], 0.0f);
+    EXPECT_EQ(r.stats->pixelCount, 24.0f);
+}
+
+TEST(Contrast, InPlaceWithWeightsMatchesOutOfPlace) {
+    Records r;
+    Image src = noise(9, 7, OX_RGB, OX_8U, 21), weights = noise(9, 7, OX_GRAY, OX_8U, 22);
+    Image apart = make(9, 7, OX_RGB), inPlace = make(9, 7, OX_RGB);
+    std::memcpy(inPlace->data, src->data, byteCount(src.get()));
+    ASSERT_EQ(oxContrastEnhanceFilter(r.params, src.get(), weights.get(), apart.get(), nullptr), 0);
+    ASSERT_EQ(oxContrastEnhanceFilter(r.params, inPlace.get(), weights.get(), inPlace.get(), nullptr), 0);
+    EXPECT_EQ(bytesOf(inPlace.get()), bytesOf(apart.get()));
+    EXPECT_NE(bytesOf(inPlace.get()), bytesOf(src.get()));
+}

@@ -23,4 +23,32 @@ void BM_CopyBgr(benchmark::State& state) {
 }
 BENCHMARK(BM_CopyBgr)->Unit(benchmark::kMillisecond);
 
+void BM_FillBgr(benchmark::State& state) {
+    auto img = oxtest::make(kWidth, kHeight, OX_BGR);
+    for (auto _ : state) {
+        oxImageSetVal(img.get(), 300.0);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * kWidth * kHeight * 3);
+}
+BENCHMARK(BM_FillBgr)->Unit(benchmark::kMillisecond);
+
+void BM_FillGray32F(benchmark::State& state) {
+    auto img = oxtest::make(kWidth, kHeight, OX_GRAY, OX_32F);
+    for (auto _ : state) {
+        oxImageSetVal(img.get(), 0.5);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * kWidth * kHeight * 4);
+}
+BENCHMARK(BM_FillGray32F)->Unit(benchmark::kMillisecond);
+
+void BM_InvertGray(benchmark::State& state) {
+    auto src = oxtest::noise(kWidth, kHeight, OX_GRAY, OX_8U, 3);
+    auto dst = oxtest::make(kWidth, kHeight, OX_GRAY);
+    for (auto _ : state) benchmark::DoNotOptimize(oxImageInvert(src.get(), dst.get()));
+    state.SetBytesProcessed(state.iterations() * kWidth * kHeight);
+}
+BENCHMARK(BM_InvertGray)->Unit(benchmark::kMillisecond);
+
 }  // namespace

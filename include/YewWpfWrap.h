@@ -14,5 +14,7 @@
 #include "ox_logger.h"
 #include "ox_system.h"
 #include "ox_files.h"
+#include "ox_pixel.h"
+#include "ox_threshold.h"
 
 #endif /* YEWWPFWRAP_H */

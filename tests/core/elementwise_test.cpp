@@ -1,0 +1,113 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "support/test_support.hpp"
+
+using namespace oxtest;
+
+namespace {
+
+Image filled(int32_t width, int32_t height, int32_t encoding, uint8_t value) {
+    Image img = make(width, height, encoding);
+    std::memset(img->data, value, byteCount(img.get()));
+    return img;
+}
+
+void setRoi(oxImage* img, oxRect roi) { oxImageSetROI(img, &roi); }
+
+}  // namespace
+
+// Values where a fused multiply-add (65, 3), double arithmetic (65, 1),
+// double weights (5) or rounding instead of truncation (128, 254) would
+// give another byte.
+TEST(AddWeigthed, SinglePrecisionSeparateProductsTruncated) {
+    struct Case {
+        uint8_t weight, a, b, out;
+    } cases[] = {{128, 200, 100, 149}, {65, 3, 3, 2},    {65, 1, 1, 1},     {5, 3, 3, 3},      {5, 9, 60, 10},
+                 {128, 255, 0, 126},   {254, 255, 0, 0}, {51, 10, 250, 58}, {0, 7, 200, 7},    {255, 7, 200, 200}};
+    for (const Case& c : cases) {
+        Image a = fromBytes(1, 1, OX_GRAY, {c.a}), b = fromBytes(1, 1, OX_GRAY, {c.b});
+        Image mask = fromBytes(1, 1, OX_GRAY, {c.weight}), s = make(1, 1, OX_GRAY), m = make(1, 1, OX_GRAY);
+        ASSERT_EQ(oxAddWeigthedS(a.get(), b.get(), s.get(), c.weight), 0);
+        ASSERT_EQ(oxAddWeigthedM(a.get(), b.get(), m.get(), mask.get()), 0);
+        EXPECT_EQ(s->data[0], c.out) << int(c.weight) << " " << int(c.a) << " " << int(c.b);
+        EXPECT_EQ(m->data[0], c.out) << int(c.weight) << " " << int(c.a) << " " << int(c.b);
+    }
+}
+
+TEST(AddWeigthed, ColourChannelsFoundPerImageAndAlphaKept) {
+    Image a = fromBytes(1, 1, OX_BGR, {200, 0, 255});
+    Image b = fromBytes(1, 1, OX_RGB, {0, 255, 100});  // B 100, G 255, R 0
+    Image dst = fromBytes(1, 1, OX_RGBA, {1, 2, 3, 77});
+    ASSERT_EQ(oxAddWeigthedS(a.get(), b.get(), dst.get(), 128), 0);
+    EXPECT_EQ(bytesOf(dst.get()), (std::vector<uint8_t>{126, 128, 149, 77}));
+    Image wide = make(1, 1, OX_BGR, OX_16U);
+    EXPECT_EQ(oxAddWeigthedS(a.get(), b.get(), wide.get(), 0), 1);  // the copy shortcut's refusal
+}
+
+TEST(AddWeigthed, EveryImageWalksItsOwnRoi) {
+    Image a = fromBytes(3, 2, OX_GRAY, {9, 10, 20, 9, 30, 40}), b = filled(2, 2, OX_GRAY, 0);
+    Image mask = fromBytes(3, 3, OX_GRAY, {1, 1, 1, 0, 0, 1, 0, 0, 1}), dst = filled(4, 3, OX_GRAY, 7);
+    setRoi(a.get(), {1, 0, 2, 2});
+    setRoi(mask.get(), {0, 1, 2, 2});
+    setRoi(dst.get(), {2, 1, 2, 2});
+    ASSERT_EQ(oxAddWeigthedM(a.get(), b.get(), dst.get(), mask.get()), 0);
+    EXPECT_EQ(bytesOf(dst.get()), (std::vector<uint8_t>{7, 7, 7, 7, 7, 7, 10, 20, 7, 7, 30, 40}));
+}
+
+TEST(Substitute, MaskDecidesPerChannelOrPerPixel) {
+    struct Case {
+        int32_t srcEnc, maskEnc, dstEnc;
+        std::initializer_list<uint8_t> src, mask, dst, want;
+    } cases[] = {
+        {OX_BGR, OX_BGR, OX_RGB, {1, 2, 3}, {0, 5, 0}, {7, 8, 9}, {7, 2, 9}},             // channel 2 only
+        {OX_BGR, OX_RGB, OX_RGB, {1, 2, 3}, {0, 0, 5}, {7, 8, 9}, {7, 8, 1}},             // mask's own order
+        {OX_BGR, OX_GRAY, OX_RGBA, {1, 2, 3}, {1}, {7, 8, 9, 4}, {3, 2, 1, 4}},           // alpha kept
+        {OX_GRAY, OX_GRAY, OX_GRAY, {5}, {1}, {0}, {5}},
+    };
+    for (const Case& c : cases) {
+        Image src = fromBytes(1, 1, c.srcEnc, c.src), mask = fromBytes(1, 1, c.maskEnc, c.mask);
+        Image dst = fromBytes(1, 1, c.dstEnc, c.dst);
+        ASSERT_EQ(oxSubstitute(src.get(), dst.get(), mask.get()), 0);
+        EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(c.want)) << c.srcEnc << " " << c.maskEnc << " " << c.dstEnc;
+    }
+}
+
+TEST(Transpose, WholeImagesAndInBoundsGeometryOnly) {
+    Image src = fromBytes(3, 2, OX_BGR, {1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5, 5, 5, 6, 6, 6});
+    Image dst = make(2, 3, OX_BGR), part = make(1, 2, OX_BGR);
+    ASSERT_EQ(oxTranspose(src.get(), dst.get()), 0);
+    EXPECT_EQ(bytesOf(dst.get()), (std::vector<uint8_t>{1, 1, 1, 4, 4, 4, 2, 2, 2, 5, 5, 5, 3, 3, 3, 6, 6, 6}));
+    ASSERT_EQ(oxTranspose(src.get(), part.get()), 0);  // a smaller destination reads inside src
+    EXPECT_EQ(bytesOf(part.get()), (std::vector<uint8_t>{1, 1, 1, 2, 2, 2}));
+    Image tall = filled(2, 4, OX_BGR, 0x5A), grey = make(2, 3, OX_GRAY);
+    EXPECT_EQ(oxTranspose(src.get(), tall.get()), 1);
+    EXPECT_EQ(oxTranspose(src.get(), grey.get()), 1);  // a grey pixel cannot take 3 bytes
+    EXPECT_EQ(bytesOf(tall.get()), std::vector<uint8_t>(24, 0x5A));
+}
+
+// Walks that would leave a buffer are refused and write nothing; a wider
+// destination ROI stays in bounds and is accepted.
+TEST(ElementwiseBounds, RefusedWalksWriteNothing) {
+    struct Case {
+        int which;  // 0 = b, 1 = dst, 2 = mask
+        oxRect roi;
+        int32_t status;
+    } cases[] = {{1, {0, 0, 2, 3}, 1}, {2, {0, 0, 3, 2}, 1}, {0, {1, 0, 3, 3}, 1}, {1, {-1, 0, 3, 3}, 1},
+                 {1, {0, 0, 4, 3}, 0}};
+    for (const Case& c : cases) {
+        Image a = noise(3, 3, OX_BGR, OX_8U, 6), b = noise(3, 3, OX_BGR, OX_8U, 7);
+        Image dst = filled(4, 3, OX_BGR, 0x5A), mask = filled(3, 3, OX_GRAY, 1);
+        setRoi(dst.get(), {0, 0, 3, 3});
+        setRoi(std::vector<oxImage*>{b.get(), dst.get(), mask.get()}[c.which], c.roi);
+        const std::vector<uint8_t> before = bytesOf(dst.get());
+        // The mask takes no part in the single-weight blend, b none in the substitution.
+        const int32_t s = c.which == 2 ? c.status : oxAddWeigthedS(a.get(), b.get(), dst.get(), 9);
+        const int32_t sub = c.which == 0 ? c.status : oxSubstitute(a.get(), dst.get(), mask.get());
+        EXPECT_EQ(oxAddWeigthedM(a.get(), b.get(), dst.get(), mask.get()), c.status) << c.which << " " << c.roi.x;
+        EXPECT_EQ(s, c.status) << c.which;
+        EXPECT_EQ(sub, c.status) << c.which;
+        EXPECT_TRUE(c.status == 0 || bytesOf(dst.get()) == before) << c.which;
+    }
+}

@@ -1,5 +1,6 @@
 // Colour correction: per-channel white-point stretch through three tables.
 #include <algorithm>
+#include <cstring>
 
 #include "core/detail/handles.hpp"
 #include "core/detail/numeric.hpp"
@@ -12,6 +13,33 @@ using namespace ox::detail;
 
 namespace {
 
+// Largest byte at each position of a 48-byte block over a run of pixels: 48
+// is a whole number of 3- and 4-byte pixels, so position j always holds the
+// same channel (j modulo the pixel step). The blocks are three 16-byte
+// vectors (the compiler's generic vectors, so any processor has them).
+constexpr int32_t kBlock = 48;
+typedef uint8_t Bytes16 __attribute__((vector_size(16)));
+
+inline Bytes16 maxBytes(Bytes16 a, Bytes16 b) {
+    const Bytes16 greater = reinterpret_cast<Bytes16>(a > b);
+    return (a & greater) | (b & ~greater);
+}
+
+void blockMax(const uint8_t* p, int64_t bytes, uint8_t (&acc)[kBlock]) {
+    Bytes16 m[3];
+    std::memcpy(m, acc, kBlock);
+    int64_t i = 0;
+    for (; i + kBlock <= bytes; i += kBlock) {
+        for (int32_t k = 0; k < 3; ++k) {
+            Bytes16 v;
+            std::memcpy(&v, p + i + 16 * k, 16);
+            m[k] = maxBytes(m[k], v);
+        }
+    }
+    std::memcpy(acc, m, kBlock);
+    for (int32_t j = 0; i < bytes; ++i, ++j) acc[j] = std::max(acc[j], p[i]);
+}
+
 int32_t retrieve(oxColorCorrectionStats& stats, const oxImage* image, AbortFlag abortFlag) {
     if (!isColour(image) || !walkable(image)) return code(Status::Refused);
     stats = {0.0f, 0.0f, 0.0f};
@@ -19,17 +47,14 @@ int32_t retrieve(oxColorCorrectionStats& stats, const oxImage* image, AbortFlag 
     // Bytes compare exactly as their float values, so the maxima are kept as
     // integers; the record is written only when the walk completes, so an
     // aborted call leaves it holding zeros.
-    uint8_t maxB = 0, maxG = 0, maxR = 0;
+    uint8_t acc[kBlock] = {};
     for (int32_t y = 0; y < image->height; ++y) {
         if (abortRequested(abortFlag)) return code(Status::Aborted);
-        const uint8_t* p = px.rowAt(y);
-        for (int32_t x = 0; x < image->width; ++x, p += px.step) {
-            maxB = std::max(maxB, p[px.b]);
-            maxG = std::max(maxG, p[px.g]);
-            maxR = std::max(maxR, p[px.r]);
-        }
+        if (image->width > 0) blockMax(px.rowAt(y), px.rowBytes, acc);
     }
-    stats = {static_cast<float>(maxB), static_cast<float>(maxG), static_cast<float>(maxR)};
+    uint8_t byOffset[4] = {};
+    for (int32_t j = 0; j < kBlock; ++j) byOffset[j % px.step] = std::max(byOffset[j % px.step], acc[j]);
+    stats = {static_cast<float>(byOffset[px.b]), static_cast<float>(byOffset[px.g]), static_cast<float>(byOffset[px.r])};
     return code(Status::Ok);
 }
 

@@ -54,6 +54,26 @@ TEST(ColorCorrection, StatisticsFindChannelsThroughTheEncoding) {
     }
 }
 
+TEST(ColorCorrection, StatisticsOfAwkwardWidthsMatchAPlainWalk) {
+    for (int32_t encoding : {OX_BGR, OX_ARGB})
+        for (int32_t width : {1, 3, 7, 17, 1031}) {
+            Image img = noise(width, 3, encoding, OX_8U, static_cast<uint32_t>(width));
+            for (size_t i = 0; i < byteCount(img.get()); ++i) img->data[i] %= 200;
+            const int32_t n = oxImageGetNChannel(img.get());
+            const size_t hot = (static_cast<size_t>(width) * 3 - 1) * n;  // last pixel
+            img->data[hot + oxImageGetChannelOffset(img.get(), 2)] = 201;
+            float expected[3] = {};
+            for (size_t p = 0; p < static_cast<size_t>(width) * 3; ++p)
+                for (int c = 0; c < 3; ++c)
+                    expected[c] = std::max<float>(expected[c], img->data[p * n + oxImageGetChannelOffset(img.get(), c + 1)]);
+            StatsPtr stats = newStats();
+            ASSERT_EQ(oxColorCorrectionStatsRetrieve(stats.get(), img.get(), nullptr), 0);
+            EXPECT_EQ(stats->maxB, expected[0]) << width;
+            EXPECT_EQ(stats->maxG, 201.0f) << width;
+            EXPECT_EQ(stats->maxR, expected[2]) << width;
+        }
+}
+
 TEST(ColorCorrection, UpdateAcrossTilesEqualsTheWholeImage) {
     Image whole = noise(6, 4, OX_BGR, OX_8U, 7);
     whole->data[5] = 255;  // red of pixel 1 in the first tile only

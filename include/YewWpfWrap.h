@@ -16,5 +16,10 @@
 #include "ox_files.h"
 #include "ox_pixel.h"
 #include "ox_threshold.h"
+#include "ox_simplify.h"
+#include "ox_tiltshift.h"
+#include "ox_enhance.h"
+#include "ox_convert.h"
+#include "ox_volume.h"
 
 #endif /* YEWWPFWRAP_H */

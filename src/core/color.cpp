@@ -113,11 +113,15 @@ const int32_t ox_toGray_tab[768] = {OX_R256(OX_BLUE), OX_R256(OX_GREEN), OX_R256
 OX_API int32_t oxImageCvtColor(const oxImage* src, oxImage* dst) {
     if (src->type != dst->type) return 1;
     if (src->roi.height < 1 || src->roi.width < 1) return 0;
-    if (!roiInside(src) || !roiBlockFits(dst, src->roi.width, src->roi.height)) return 1;
+    if (!roiInside(src)) return 1;
     if (src->encoding == dst->encoding) {
+        // Rows advance by full row steps here, so only the destination's
+        // origin and the block size matter.
+        if (!roiBlockFits(dst, src->roi.width, src->roi.height)) return 1;
         copyRows(src, dst);
         return 0;
     }
+    if (!roiWalkFits(dst, src->roi.width, src->roi.height)) return 1;
     if (channelCount(dst->encoding) > 1) {
         regroupChannels(src, dst, elementSize(src->type));
         return 0;

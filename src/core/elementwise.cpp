@@ -5,7 +5,6 @@
 #include "core/detail/image_view.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/pixel_types.hpp"
-#include "core/detail/roi_guard.hpp"
 #include "ox_color.h"
 #include "ox_elementwise.h"
 
@@ -25,7 +24,7 @@ Channels channelsOf(const oxImage* img) {
 // Every image of the walk must hold the first image's ROI size.
 bool walkFits(const oxImage* first, std::initializer_list<const oxImage*> all) {
     for (const oxImage* img : all)
-        if (!roiWalkFits(img, first->roi.width, first->roi.height)) return false;
+        if (!isKnownType(img->type) || !roiWalkFits(img, first->roi.width, first->roi.height)) return false;
     return true;
 }
 

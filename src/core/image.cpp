@@ -130,7 +130,7 @@ OX_API int32_t oxImageExtractChannel(const oxImage* src, oxImage* dst, int32_t c
     const int32_t o = oxImageGetChannelOffset(src, channel);
     if (o < 0) return 1;
     if (src->roi.height < 1 || src->roi.width < 1) return 0;
-    if (!roiInside(src) || !roiBlockFits(dst, src->roi.width, src->roi.height) ||
+    if (!roiInside(src) || !roiWalkFits(dst, src->roi.width, src->roi.height) ||
         stepsOf(dst).pixel < elementSize(src->type))
         return 1;
     RoiCursor from = roiCursor(src);
@@ -143,7 +143,7 @@ OX_API int32_t oxImageInsertChannel(const oxImage* src, oxImage* dst, int32_t ch
     const int32_t o = oxImageGetChannelOffset(dst, channel);
     if (o < 0) return 1;
     if (src->roi.height < 1 || src->roi.width < 1) return 0;
-    if (!roiInside(src) || !roiBlockFits(dst, src->roi.width, src->roi.height) ||
+    if (!roiInside(src) || !roiWalkFits(dst, src->roi.width, src->roi.height) ||
         o + elementSize(src->type) > stepsOf(dst).pixel)
         return 1;
     RoiCursor to = roiCursor(dst);

@@ -115,3 +115,24 @@ TEST(CvtColor, BgrAndRgbOrdersGiveTheSameGray) {
     EXPECT_EQ(bytesOf(g1.get()), bytesOf(g2.get()));
     EXPECT_EQ(hashImage(g1.get()), hashImage(g2.get()));
 }
+
+TEST(CvtColor, NarrowDestinationRoiIsRefusedOnlyWhenTheWalkWouldLeaveTheBuffer) {
+    // The destination advances by its own row skip, which grows as its ROI
+    // narrows: each row starts further right than the last.
+    Image src = noise(4, 4, OX_BGR, OX_8U, 11);
+    Image dst = make(4, 4, OX_GRAY);
+    const oxRect narrow{0, 0, 2, 4};
+    oxImageSetROI(dst.get(), &narrow);
+    EXPECT_EQ(oxImageCvtColor(src.get(), dst.get()), 1);
+    Image plane = make(4, 4, OX_GRAY);
+    oxImageSetROI(plane.get(), &narrow);
+    EXPECT_EQ(oxImageExtractChannel(src.get(), plane.get(), 1), 1);
+
+    Image tall = make(4, 8, OX_GRAY);
+    oxImageSetROI(tall.get(), &narrow);
+    ASSERT_EQ(oxImageCvtColor(src.get(), tall.get()), 0);
+    // Row 1 of the walk starts 4 + 2 pixels after row 0.
+    Image gray = make(4, 4, OX_GRAY);
+    ASSERT_EQ(oxImageCvtColor(src.get(), gray.get()), 0);
+    EXPECT_EQ(tall->data[6], gray->data[4]);
+}

@@ -94,7 +94,7 @@ TEST(ElementwiseBounds, RefusedWalksWriteNothing) {
         int which;  // 0 = b, 1 = dst, 2 = mask
         oxRect roi;
         int32_t status;
-    } cases[] = {{1, {0, 0, 2, 3}, 1}, {2, {0, 0, 3, 2}, 1}, {0, {1, 0, 3, 3}, 1}, {1, {-1, 0, 3, 3}, 1},
+    } cases[] = {{1, {0, 0, 2, 3}, 1}, {2, {1, 1, 2, 2}, 1}, {0, {1, 0, 3, 3}, 1}, {1, {-1, 0, 3, 3}, 1},
                  {1, {0, 0, 4, 3}, 0}};
     for (const Case& c : cases) {
         Image a = noise(3, 3, OX_BGR, OX_8U, 6), b = noise(3, 3, OX_BGR, OX_8U, 7);

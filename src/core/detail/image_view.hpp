@@ -42,6 +42,19 @@ inline bool roiBlockFits(const oxImage* img, int64_t cols, int64_t rows) noexcep
 
 inline bool roiInside(const oxImage* img) noexcept { return roiBlockFits(img, img->roi.width, img->roi.height); }
 
+// True when the ROI walk of `rows` x `cols` pixels over `img` (from its ROI
+// origin, by its own pixel step and its own ROI row skip) stays inside its
+// buffer. A ROI narrower than the walk has a larger row skip, so the walk
+// drifts further right on every row; this tests where it really ends.
+inline bool roiWalkFits(const oxImage* img, int64_t cols, int64_t rows) noexcept {
+    if (!roiInside(img) || cols < 0 || rows < 0) return false;
+    if (cols == 0 || rows == 0) return true;
+    const Steps s = stepsOf(img);
+    const int64_t origin = img->roi.y * s.row + img->roi.x * s.pixel;
+    const int64_t end = origin + (rows - 1) * (cols * s.pixel + s.roiSkip) + cols * s.pixel;
+    return end <= bufferBytes(img);
+}
+
 // A pointer that walks an image's ROI: it starts at the first ROI pixel,
 // advances by the pixel step within a row and by the ROI row skip after
 // `roi.width` pixels, exactly as every ROI-walking operation does.

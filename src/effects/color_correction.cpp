@@ -72,19 +72,11 @@ void compute(const oxColorCorrectionStats& stats, oxColorCorrectionAddParams& ou
 int32_t apply(const oxColorCorrectionAddParams& params, const oxImage* source, oxImage* destination) {
     if (!isColour(source) || !isColour(destination)) return code(Status::Refused);
     if (!walkable(source) || !writableFor(destination, source)) return code(Status::Refused);
-    const ColourBytes s = colourBytes(source), d = colourBytes(destination);
-    for (int32_t y = 0; y < source->height; ++y) {
-        const uint8_t* sp = s.rowAt(y);
-        uint8_t* dp = d.rowAt(y);
-        for (int32_t x = 0; x < source->width; ++x, sp += s.step, dp += d.step) {
-            // All three read before any write: the destination may be the source.
-            const uint8_t b = params.lutB[sp[s.b]], g = params.lutG[sp[s.g]], r = params.lutR[sp[s.r]];
-            dp[d.b] = b;
-            dp[d.g] = g;
-            dp[d.r] = r;
-        }
-    }
-    return code(Status::Ok);
+    const uint8_t* luts[3] = {params.lutB, params.lutG, params.lutR};
+    return mapColourRows(colourBytes(source), colourBytes(destination), source->width, source->height, nullptr,
+                         [&luts](int32_t) {
+                             return [&luts](uint8_t v, int32_t, auto channel) { return luts[channel()][v]; };
+                         });
 }
 
 struct ColourCorrectionStage {

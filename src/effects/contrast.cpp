@@ -1,7 +1,6 @@
 // Contrast enhancement: black and white points from a brightness
 // histogram, one stretch table for every colour channel.
 #include <algorithm>
-#include <array>
 
 #include "core/detail/handles.hpp"
 #include "core/detail/numeric.hpp"
@@ -25,29 +24,36 @@ void emptyStats(oxContrastEnhanceStats& stats, const oxImage* image) {
 
 // The histogram is a float sum of ones, which stops growing at 2^24
 // (16777216 + 1 rounds back to 16777216). Counting in integers and capping
-// there gives the same bins without a float add per pixel.
-void storeCounts(const std::array<uint64_t, 256>& counts, oxContrastEnhanceStats& stats) {
-    constexpr uint64_t kFloatCountLimit = uint64_t{1} << 24;
-    for (int i = 0; i < 256; ++i) stats.histogram[i] = static_cast<float>(std::min(counts[i], kFloatCountLimit));
-}
+// there gives the same bins without a float add per pixel. Neighbouring
+// pixels count into four separate tables, so runs of equal brightness do
+// not wait on one counter.
+struct Counts {
+    uint64_t lane[4][256] = {};
+
+    void store(oxContrastEnhanceStats& stats) const {
+        constexpr uint64_t kFloatCountLimit = uint64_t{1} << 24;
+        for (int i = 0; i < 256; ++i) {
+            const uint64_t n = lane[0][i] + lane[1][i] + lane[2][i] + lane[3][i];
+            stats.histogram[i] = static_cast<float>(std::min(n, kFloatCountLimit));
+        }
+    }
+};
 
 int32_t retrieve(oxContrastEnhanceStats& stats, const oxImage* image, AbortFlag abortFlag) {
     emptyStats(stats, image);
     if (oxImageGetNChannel(image) < 1 || !walkable(image)) return code(Status::Refused);
-    std::array<uint64_t, 256> counts{};
+    Counts counts;
     const ColourBytes px = colourBytes(image);
-    const bool colour = px.step > 1;
     for (int32_t y = 0; y < image->height; ++y) {
         if (abortRequested(abortFlag)) return code(Status::Aborted);
-        const uint8_t* p = px.rowAt(y);
-        if (colour) {
-            for (int32_t x = 0; x < image->width; ++x, p += px.step)
-                ++counts[std::max({p[px.b], p[px.g], p[px.r]})];
+        if (px.step > 1) {
+            forEachBrightness(px, y, image->width, [&counts](int32_t x, uint8_t v) { ++counts.lane[x & 3][v]; });
         } else {
-            for (int32_t x = 0; x < image->width; ++x) ++counts[p[x]];
+            const uint8_t* p = px.rowAt(y);
+            for (int32_t x = 0; x < image->width; ++x) ++counts.lane[x & 3][p[x]];
         }
     }
-    storeCounts(counts, stats);
+    counts.store(stats);
     return code(Status::Ok);
 }
 
@@ -91,18 +97,8 @@ int32_t apply(const uint8_t* table, const oxImage* source, oxImage* destination,
     const ColourBytes s = colourBytes(source);
     if (channels > 1) {
         const ColourBytes d = colourBytes(destination);
-        for (int32_t y = 0; y < source->height; ++y) {
-            if (abortRequested(abortFlag)) return code(Status::Aborted);
-            const uint8_t* sp = s.rowAt(y);
-            uint8_t* dp = d.rowAt(y);
-            for (int32_t x = 0; x < source->width; ++x, sp += s.step, dp += d.step) {
-                const uint8_t b = table[sp[s.b]], g = table[sp[s.g]], r = table[sp[s.r]];
-                dp[d.b] = b;
-                dp[d.g] = g;
-                dp[d.r] = r;
-            }
-        }
-        return code(Status::Ok);
+        return mapColourRows(s, d, source->width, source->height, abortFlag,
+                             [table](int32_t) { return [table](uint8_t v, int32_t, auto) { return table[v]; }; });
     }
     // A grey source indexes the destination as if it were grey of the same
     // size too; the destination's own layout is not consulted.

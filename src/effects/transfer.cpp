@@ -32,9 +32,7 @@ int32_t retrieve(oxTransferEnhanceStats& stats, const oxImage* image, AbortFlag 
     float sum = 0.0f;
     for (int32_t y = 0; y < image->height; ++y) {
         if (abortRequested(abortFlag)) return code(Status::Aborted);
-        const uint8_t* p = px.rowAt(y);
-        for (int32_t x = 0; x < image->width; ++x, p += px.step)
-            sum += static_cast<float>(std::max({p[px.b], p[px.g], p[px.r]}));
+        forEachBrightness(px, y, image->width, [&sum](int32_t, uint8_t v) { sum += static_cast<float>(v); });
     }
     stats.brightnessSum = sum;
     return code(Status::Ok);
@@ -71,9 +69,8 @@ int32_t apply(const oxTransferEnhanceAddParams& params, const oxImage* source, o
     const ColourBytes s = colourBytes(source), d = colourBytes(destination);
     for (int32_t y = 0; y < height; ++y) {
         if (abortRequested(abortFlag)) return code(Status::Aborted);
-        const uint8_t* sp = s.rowAt(y);
         uint8_t* bp = brightness->data + static_cast<int64_t>(y) * width;
-        for (int32_t x = 0; x < width; ++x, sp += s.step) bp[x] = std::max({sp[s.b], sp[s.g], sp[s.r]});
+        forEachBrightness(s, y, width, [bp](int32_t x, uint8_t v) { bp[x] = v; });
     }
     // A radius below 1 blurs nothing and the blur then leaves its output
     // unwritten; the neighbourhood is the pixel itself.
@@ -82,20 +79,12 @@ int32_t apply(const oxTransferEnhanceAddParams& params, const oxImage* source, o
     if (const int32_t r = oxBlurFilter(blur.get(), brightness.get(), blurred.get(), abortFlag); r != 0) return r;
     blur.reset();
 
-    for (int32_t y = 0; y < height; ++y) {
-        if (abortRequested(abortFlag)) return code(Status::Aborted);
-        const uint8_t* sp = s.rowAt(y);
-        uint8_t* dp = d.rowAt(y);
-        const uint8_t* lp = blurred->data + static_cast<int64_t>(y) * width;
-        for (int32_t x = 0; x < width; ++x, sp += s.step, dp += d.step) {
-            const uint8_t* gains = params.gainTable + lp[x] * 256;
-            const uint8_t b = gains[sp[s.b]], g = gains[sp[s.g]], r = gains[sp[s.r]];
-            dp[d.b] = b;
-            dp[d.g] = g;
-            dp[d.r] = r;
-        }
-    }
-    return code(Status::Ok);
+    const uint8_t* table = params.gainTable;
+    const uint8_t* neighbourhood = blurred->data;
+    return mapColourRows(s, d, width, height, abortFlag, [=](int32_t y) {
+        const uint8_t* levels = neighbourhood + static_cast<int64_t>(y) * width;
+        return [=](uint8_t v, int32_t x, auto) { return table[levels[x] * 256 + v]; };
+    });
 }
 
 struct TransferStage {

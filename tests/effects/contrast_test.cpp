@@ -80,6 +80,11 @@ TEST(Contrast, StatisticsCountTheBrightestColourChannel) {
     ASSERT_EQ(oxContrastEnhanceStatsRetrieve(r.stats, grey.get(), nullptr), 0);
     EXPECT_EQ(r.stats->histogram[4], 2.0f);
     EXPECT_EQ(r.stats->pixelCount, 3.0f);
+    // A float count of ones stops at 2^24.
+    Image big = make(4097, 4097, OX_GRAY);
+    std::memset(big->data, 0, byteCount(big.get()));
+    ASSERT_EQ(oxContrastEnhanceStatsRetrieve(r.stats, big.get(), nullptr), 0);
+    EXPECT_EQ(r.stats->histogram[0], 16777216.0f);
 }
 
 TEST(Contrast, UpdateDoublesTheHistogramButKeepsTheInitialCount) {

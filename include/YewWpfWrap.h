@@ -19,7 +19,14 @@
 #include "ox_simplify.h"
 #include "ox_tiltshift.h"
 #include "ox_enhance.h"
+#include "ox_transform.h"
 #include "ox_convert.h"
 #include "ox_volume.h"
+#include "ox_function.h"
+#include "ox_blur.h"
+#include "ox_resize.h"
+#include "ox_kernel.h"
+#include "ox_convolution.h"
+#include "ox_bilateral.h"
 
 #endif /* YEWWPFWRAP_H */

@@ -22,6 +22,11 @@ struct ImageDeleter {
 };
 using Image = std::unique_ptr<oxImage, ImageDeleter>;
 
+struct KernelDeleter {
+    void operator()(oxSepKernel* p) const { oxSepKernelRelease(&p); }
+};
+using Kernel = std::unique_ptr<oxSepKernel, KernelDeleter>;
+
 inline Image make(int32_t width, int32_t height, int32_t encoding, int32_t type = OX_8U) {
     return Image(oxImageCreateWithType(width, height, encoding, type));
 }

@@ -1,0 +1,107 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "support/test_support.hpp"
+
+using namespace oxtest;
+
+namespace {
+
+int32_t blur(int32_t rx, int32_t ry, const oxImage* src, oxImage* dst, const volatile int32_t* abortFlag = nullptr) {
+    const oxBlurParams p{rx, ry};
+    return oxBlurFilter(&p, src, dst, abortFlag);
+}
+
+}  // namespace
+
+TEST(BoxBlur, DefaultsAndScratchSize) {
+    oxBlurParams* p = oxBlurParamsDefault();
+    EXPECT_TRUE(p->radiusX == 1 && p->radiusY == 1);
+    oxBlurParamsRelease(&p);
+    EXPECT_EQ(p, nullptr);
+    EXPECT_EQ(oxBlurGetTempBufferSize(make(5, 3, OX_GRAY).get()), 0u);
+    EXPECT_EQ(oxBlurGetTempBufferSize(make(5, 3, OX_RGBA).get()), 15u);
+}
+
+TEST(BoxBlur, OneChannelWorkedValues) {
+    struct Case {
+        const char* name;
+        int32_t w, h, rx, ry;
+        std::vector<uint8_t> in, out;  // out empty: refused, dst untouched
+    } cases[] = {
+        {"stripes, left window 1 0 1", 8, 1, 1, 0, {0, 0, 255, 255, 0, 0, 255, 255}, {0, 85, 170, 170, 85, 85, 170, 255}},
+        {"383 / 3 truncates to 127", 3, 1, 1, 0, {127, 128, 128}, {127, 127, 128}},
+        {"vertical mirror", 1, 3, 0, 1, {127, 128, 128}, {127, 127, 128}},
+        {"mirror skips the edge", 3, 1, 2, 0, {0, 10, 200}, {84, 46, 44}},
+        {"3x3 mean of a dot", 3, 3, 1, 1, {0, 0, 0, 0, 90, 0, 0, 0, 0}, {40, 20, 40, 20, 10, 20, 40, 20, 40}},
+        {"no pass: nothing written", 2, 1, 0, 0, {9, 9}, {7, 7}},
+        {"row not longer than radius", 2, 2, 2, 1, {1, 2, 3, 4}, {}},
+        {"column not longer than radius", 3, 1, 1, 1, {1, 2, 3}, {}},
+    };
+    for (const Case& c : cases) {
+        Image src = make(c.w, c.h, OX_GRAY), dst = make(c.w, c.h, OX_GRAY);
+        std::copy(c.in.begin(), c.in.end(), src->data);
+        std::fill_n(dst->data, c.in.size(), 7);
+        EXPECT_EQ(blur(c.rx, c.ry, src.get(), dst.get()), c.out.empty() ? 1 : 0) << c.name;
+        EXPECT_EQ(bytesOf(dst.get()), c.out.empty() ? std::vector<uint8_t>(c.in.size(), 7) : c.out) << c.name;
+    }
+}
+
+TEST(BoxBlur, InPlaceMatchesSeparateAndIsPinned) {
+    struct Case {
+        int32_t w, h, rx, ry;
+        uint64_t hash;
+    } cases[] = {
+        {31, 17, 3, 2, 3980179847469443135ull},
+        {300, 150, 140, 130, 17021597894673110637ull},  // radii past the integer forms
+        {70, 9, 0, 8, 2916653761747011462ull},        // column pass alone, reading src
+    };
+    for (const Case& c : cases) {
+        Image src = noise(c.w, c.h, OX_GRAY, OX_8U, 11), dst = make(c.w, c.h, OX_GRAY);
+        ASSERT_EQ(blur(c.rx, c.ry, src.get(), dst.get()), 0);
+        EXPECT_EQ(hashImage(dst.get()), c.hash) << c.w << "x" << c.h;
+        ASSERT_EQ(blur(c.rx, c.ry, src.get(), src.get()), 0);
+        EXPECT_EQ(bytesOf(src.get()), bytesOf(dst.get())) << c.w << "x" << c.h;
+    }
+}
+
+TEST(BoxBlur, ColourChannelsOneToThreeOnly) {
+    for (int32_t encoding : {OX_BGR, OX_RGBA}) {
+        Image src = noise(9, 6, encoding, OX_8U, 5), dst = make(9, 6, encoding);
+        std::fill_n(dst->data, byteCount(dst.get()), 0xEE);
+        ASSERT_EQ(blur(2, 1, src.get(), dst.get()), 0);
+        for (int32_t c = 1; c <= oxImageGetNChannel(src.get()); ++c) {
+            Image want = make(9, 6, OX_GRAY), got = make(9, 6, OX_GRAY);
+            oxImageExtractChannel(src.get(), want.get(), c);
+            oxImageExtractChannel(dst.get(), got.get(), c);
+            if (c < 4)
+                ASSERT_EQ(blur(2, 1, want.get(), want.get()), 0);
+            else
+                std::fill_n(want->data, 54, 0xEE);  // alpha is left as dst held it
+            EXPECT_EQ(bytesOf(got.get()), bytesOf(want.get())) << encoding << " channel " << c;
+        }
+    }
+}
+
+TEST(BoxBlur, RefusalsAndAbortLeaveDestinationUnwritten) {
+    const int32_t stop = 1;
+    struct Case {
+        const char* name;
+        int32_t srcEnc, dstEnc, srcType, dstW;
+        const volatile int32_t* flag;
+        int32_t status;
+    } cases[] = {
+        {"abort, grey", OX_GRAY, OX_GRAY, OX_8U, 6, &stop, 2},
+        {"abort, colour", OX_BGR, OX_BGR, OX_8U, 6, &stop, 2},
+        {"grey into colour", OX_GRAY, OX_BGR, OX_8U, 6, nullptr, 1},
+        {"sizes differ", OX_BGR, OX_BGR, OX_8U, 5, nullptr, 1},
+        {"colour of 16 bits", OX_BGR, OX_BGR, OX_16U, 6, nullptr, 1},
+    };
+    for (const Case& c : cases) {
+        Image src = noise(6, 4, c.srcEnc, c.srcType, 3), dst = make(c.dstW, 4, c.dstEnc, c.srcType);
+        std::fill_n(dst->data, byteCount(dst.get()), 7);
+        EXPECT_EQ(blur(1, 1, src.get(), dst.get(), c.flag), c.status) << c.name;
+        EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(byteCount(dst.get()), 7)) << c.name;
+    }
+}

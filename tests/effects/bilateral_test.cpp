@@ -1,0 +1,238 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "effects/detail/bilateral_kernel.hpp"
+#include "support/test_support.hpp"
+
+using namespace oxtest;
+using ox::detail::readElement;
+
+namespace {
+
+struct ParamsDeleter {
+    void operator()(oxBilateralParams* p) const { oxBilateralParamsRelease(&p); }
+};
+using Params = std::unique_ptr<oxBilateralParams, ParamsDeleter>;
+
+Params params(double space, double range, int32_t radius, bool volumes = false) {
+    Params p(volumes ? oxBilateralParamsDefault3D() : oxBilateralParamsDefault());
+    p->spaceSigma = space, p->rangeSigma = range, p->radius = radius;
+    return p;
+}
+
+// A contiguous volume built by hand: one buffer, plane headers pointing into it.
+struct Volume {
+    oxVolume v{};
+    std::vector<double> buf;  // double storage keeps OX_64F elements aligned
+    std::vector<oxImage*> planes;
+    Volume(int32_t w, int32_t h, int32_t d, int32_t type) : buf(size_t(w) * h * d) {
+        v = {type, d, w, h, reinterpret_cast<uint8_t*>(buf.data()), nullptr, {0, 0, 0, w, h, d}};
+        for (int32_t z = 0; z < d; ++z) {
+            planes.push_back(oxImageCreateHeaderWithType(w, h, OX_GRAY, type));
+            planes.back()->data = v.data + size_t(z) * w * h * ox::detail::elementSize(type);
+        }
+        v.planes = planes.data();
+    }
+    ~Volume() { for (oxImage* p : planes) oxImageReleaseHeader(&p); }
+};
+
+void put(uint8_t* data, int32_t type, size_t i, double value) {
+    if (type == OX_64F) std::memcpy(data + 8 * i, &value, 8);
+    else data[i] = static_cast<uint8_t>(value);
+}
+
+}  // namespace
+
+TEST(BilateralTables, DefaultsAreWiredAndBuilt) {
+    Params p2(oxBilateralParamsDefault()), p3(oxBilateralParamsDefault3D());
+    const oxBilateralTables* t = p2->tables2D;
+    const oxBilateralTables3D* t3 = p3->tables3D;
+    EXPECT_TRUE(!p2->tables3D && !p3->tables2D && t->cachedSpaceSigma == 10.0f && t3->cachedRangeSigma == 1.0f);
+    for (int dz = -10; dz <= 10; ++dz)
+        for (int dy = -10; dy <= 10; ++dy) {
+            ASSERT_EQ(&t->spaceCenter[dz][dy], &t->spaceWeights[dz + 10][dy + 10]);
+            ASSERT_EQ(&t3->spaceCenter[dz][dy][-10], &t3->spaceWeights[dz + 10][dy + 10][0]);
+        }
+    // The defaults' literal factor gives the table of range sigma 1.
+    for (int d = 0; d < 256; ++d) {
+        EXPECT_EQ(t->rangeWeights[0][0][d], float(std::exp(double(-0.5f / 65025.0f * float(d * d)))));
+        EXPECT_EQ(t3->rangeWeights[d], t->rangeWeights[0][0][d]);
+    }
+}
+
+TEST(BilateralTables, SpatialWeightsTakeTheQuotientInFloat) {
+    struct Case { float sigma; int dz, dy, dx; float weight; } cases[] = {
+        {0.1f, 0, 0, 1, 0x1.d2584ap-73f},    // a double quotient gives 0x1.d25842p-73
+        {-0.1f, 0, -1, 0, 0x1.d2584ap-73f},  // only the square counts
+        {3.0f, 1, 1, 2, 0x1.6edd30p-1f},     // (g(dz) g(dy)) g(dx); the other grouping ends in ...2e
+        {0.0f, 0, 0, 0, 1.0f},
+        {0.0f, 0, 0, 1, 0.0f},
+        {0.0f, 1, 1, 1, 0.0f},
+    };
+    oxBilateralTables3D* t = oxBilateralParams3DInnerCreate();
+    t->cachedSpaceSigma = -1.0f;
+    for (const Case& c : cases) {
+        oxBilateralParams3DUpdateSpaceGaussian(t, c.sigma);
+        EXPECT_EQ(t->spaceWeights[c.dz + 10][c.dy + 10][c.dx + 10], c.weight) << c.sigma;
+    }
+    std::free(t);
+}
+
+TEST(BilateralTables, ColourRangeTableMatchesTheDirectFormula) {
+    Params p = params(10.0, 2.8, 1);
+    Image img = make(1, 1, OX_GRAY);
+    ASSERT_EQ(oxBilateralFilter(p.get(), img.get(), img.get()), 0);  // rebuilds the range table
+    const oxBilateralTables* t = p->tables2D;
+    const float s = 2.8f, f = (-1.0f / ((s + s) * s)) / 65025.0f;
+    std::mt19937 rng(7);
+    for (int i = 0; i < 4000; ++i) {
+        const int a = rng() % 256, b = rng() % 256, c = rng() % 256;
+        ASSERT_EQ(t->rangeWeights[a][b][c], float(std::exp(double(f * float(a * a + b * b + c * c)))));
+    }
+    EXPECT_EQ(hashBytes(t->rangeWeights, sizeof t->rangeWeights), 0xe61bc7194582d5b9ull);
+    p->rangeSigma = 0.0;  // keeps difference 0 alone, without NaN
+    ASSERT_EQ(oxBilateralFilter(p.get(), img.get(), img.get()), 0);
+    for (int i = 0; i < 256 * 256 * 256; ++i) ASSERT_EQ((&t->rangeWeights[0][0][0])[i], i == 0 ? 1.0f : 0.0f);
+}
+
+TEST(BilateralTables, RebuiltOnlyWhenTheirSigmaChanges) {
+    Params p = params(3.0, 0.5, 1);
+    Image img = noise(4, 4, OX_GRAY, OX_8U, 1);
+    oxBilateralTables* t = p->tables2D;
+    ASSERT_EQ(oxBilateralFilter(p.get(), img.get(), img.get()), 0);
+    t->spaceWeights[0][0] = t->rangeWeights[9][9][9] = -5.0f;  // marks that a rebuild would erase
+    for (double range : {0.5, 0.6}) {
+        p->rangeSigma = range;
+        ASSERT_EQ(oxBilateralFilter(p.get(), img.get(), img.get()), 0);
+        EXPECT_EQ(t->spaceWeights[0][0], -5.0f);
+        EXPECT_EQ(t->rangeWeights[9][9][9] == -5.0f, range == 0.5);
+    }
+}
+
+// Hand-checked outputs, on a row and a column image and on a stack of
+// planes: three values weigh the same in every layout. The first three
+// cases change under double sums, unfused sums or (colour) a division.
+// Sigmas of 1e9 weigh every neighbour 1: truncated means of the in-image
+// neighbours, in place reading the ones already rewritten.
+TEST(BilateralFilter, WorkedValuesInEveryLayout) {
+    struct Case { int32_t encoding, type; double space, range; bool inPlace; std::vector<double> in, out; } cases[] = {
+        {OX_GRAY, OX_8U, 5.0, 0.2, false, {186, 194, 202}, {189, 193, 198}},
+        {OX_BGR, OX_8U, 2.0, 0.2, false, {174, 103, 220, 200, 105, 220, 171, 49, 234}, {185, 103, 219, 185, 94, 222, 179, 64, 230}},
+        {OX_GRAY, OX_64F, 2.0, 0.2, false, {0.1, 0.35, 0.3}, {0x1.620feep-3, 0x1.24a13cp-2, 0x1.4ad976p-2}},
+        {OX_GRAY, OX_8U, 1e9, 1e9, false, {0, 30, 91}, {15, 40, 60}},
+        {OX_GRAY, OX_8U, 1e9, 1e9, true, {0, 30, 90}, {15, 45, 67}},
+        {OX_GRAY, OX_64F, 1e9, 1e9, false, {0, 0.25, 1}, {0.125, double(1.25f / 3.0f), 0.625}},
+    };
+    for (const Case& c : cases) {
+        for (auto [w, h] : {std::pair{3, 1}, std::pair{1, 3}}) {
+            Image src = make(w, h, c.encoding, c.type), dst = make(w, h, c.encoding, c.type);
+            oxImage* out = c.inPlace ? src.get() : dst.get();
+            for (size_t i = 0; i < c.in.size(); ++i) put(src->data, c.type, i, c.in[i]);
+            ASSERT_EQ(oxBilateralFilter(params(c.space, c.range, 1).get(), src.get(), out), 0);
+            for (size_t i = 0; i < c.in.size(); ++i) EXPECT_EQ(readElement(out->data, c.type, i), c.out[i]) << i;
+        }
+        if (c.encoding != OX_GRAY) continue;
+        Volume src(1, 1, 3, c.type), dst(1, 1, 3, c.type);
+        oxVolume* out = c.inPlace ? &src.v : &dst.v;
+        for (size_t i = 0; i < c.in.size(); ++i) put(src.v.data, c.type, i, c.in[i]);
+        ASSERT_EQ(oxBilateralFilter3D(params(c.space, c.range, 1, true).get(), &src.v, out), 0);
+        for (size_t i = 0; i < c.in.size(); ++i) EXPECT_EQ(readElement(out->data, c.type, i), c.out[i]) << i;
+    }
+}
+
+TEST(BilateralFilter, RadiusIsClampedAndCornersAverageTheInImagePart) {
+    Image row = make(12, 1, OX_GRAY), out = make(12, 1, OX_GRAY);
+    for (int i = 0; i < 12; ++i) row->data[i] = uint8_t(10 * i);
+    for (auto [radius, first] : {std::pair{9, 45}, {20, 45}, {8, 40}, {0, 0}, {-3, 0}}) {
+        ASSERT_EQ(oxBilateralFilter(params(1e9, 1e9, radius).get(), row.get(), out.get()), 0);
+        EXPECT_EQ(out->data[0], first) << radius;
+    }
+    Image corner = fromBytes(2, 2, OX_GRAY, {0, 1, 2, 4});
+    ASSERT_EQ(oxBilateralFilter(params(1e9, 1e9, 4).get(), corner.get(), corner.get()), 0);
+    EXPECT_EQ(bytesOf(corner.get()), (std::vector<uint8_t>{1, 2, 2, 2}));  // in place: 7/4, 8/4, 9/4, 9/4
+}
+
+// A zero spatial sigma or radius keeps the centre alone; doubles come back
+// through the single-precision sums.
+TEST(BilateralFilter, ZeroSpatialSigmaOrRadiusLeavesEveryKindUnchanged) {
+    for (auto [space, range, radius] : {std::tuple{0.0, 1.0, 3}, {-0.0, 0.0, 9}, {1e9, 1e9, 0}, {4.0, 1.0, -2}}) {
+        for (auto [encoding, type] : {std::pair{OX_GRAY, OX_8U}, {OX_BGR, OX_8U}, {OX_GRAY, OX_64F}}) {
+            Image src = noise(9, 7, encoding, type, 3), dst = make(9, 7, encoding, type);
+            ASSERT_EQ(oxBilateralFilter(params(space, range, radius).get(), src.get(), dst.get()), 0);
+            for (size_t i = 0; i < byteCount(src.get()) / ox::detail::elementSize(type); ++i) {
+                const double v = readElement(src->data, type, i);
+                ASSERT_EQ(readElement(dst->data, type, i), type == OX_64F ? double(float(v)) : v) << space << radius;
+            }
+        }
+    }
+}
+
+// Every path at awkward widths against golden hashes, and the library's
+// (possibly fused-instruction) build against the plain loops compiled here.
+// Values stay in a narrow band so that the range weights matter.
+TEST(BilateralFilter, GoldenHashesAndPlainLoops) {
+    namespace b = ox::detail::bilateral;
+    struct Case { int32_t encoding, type; b::Kind kind; uint64_t hash; } cases[] = {
+        {OX_GRAY, OX_8U, b::Kind::Gray8, 0xf99936aef157ef27ull},
+        {OX_BGR, OX_8U, b::Kind::Colour8, 0x5111b92455e819b6ull},
+        {OX_GRAY, OX_64F, b::Kind::Gray64, 0x94e3ef476e13068dull}};
+    for (const Case& c : cases) {
+        uint64_t hash = 0;
+        for (int32_t w : {1, 3, 7, 17, 33}) {
+            Params p = params(3.0, 0.3, 2);
+            Image src = make(w, 13, c.encoding, c.type), dst = make(w, 13, c.encoding, c.type);
+            Image plain = make(w, 13, c.encoding, c.type);
+            std::mt19937 rng(w);
+            for (size_t i = 0; i < byteCount(src.get()) / ox::detail::elementSize(c.type); ++i)
+                put(src->data, c.type, i, c.type == OX_64F ? 0.4 + (rng() % 1000) / 8000.0 : 100 + rng() % 40);
+            ASSERT_EQ(oxBilateralFilter(p.get(), src.get(), dst.get()), 0);
+            const oxBilateralTables* t = p->tables2D;
+            b::runJob({c.kind, w, 13, 1, 0, 2, {src->data, nullptr}, {plain->data, nullptr}, &t->spaceWeights[10][10], 0,
+                       t->rangeWeights[0][0], t, 1.0});
+            EXPECT_EQ(bytesOf(plain.get()), bytesOf(dst.get())) << w;
+            hash = hash * 31 + hashImage(dst.get());
+        }
+        EXPECT_EQ(hash, c.hash) << c.encoding << " " << c.type;
+    }
+}
+
+TEST(BilateralFilter, RefusalsWriteNothing) {
+    Params p2 = params(2.0, 0.5, 1), p3 = params(2.0, 0.5, 1, true), nan = params(NAN, 0.5, 1);
+    Image gray = noise(4, 3, OX_GRAY, OX_8U, 1), bgr = noise(4, 3, OX_BGR, OX_8U, 2), rgb = make(4, 3, OX_RGB);
+    Image gray64 = noise(4, 3, OX_GRAY, OX_64F, 3), empty = make(0, 3, OX_BGR), out = make(4, 3, OX_BGR);
+    Volume vol(4, 3, 2, OX_8U), deeper(4, 3, 3, OX_8U);
+    std::memset(out->data, 0xAB, byteCount(out.get()));
+    const auto before = bytesOf(out.get());
+    EXPECT_EQ(oxBilateralFilter(p2.get(), gray.get(), out.get()), 1);
+    EXPECT_EQ(oxBilateralFilter(p2.get(), bgr.get(), rgb.get()), 1);
+    EXPECT_EQ(oxBilateralFilter(p2.get(), empty.get(), out.get()), 0);
+    EXPECT_EQ(oxBilateralFilter(p3.get(), bgr.get(), out.get()), 1);
+    EXPECT_EQ(oxBilateralFilter(nan.get(), bgr.get(), out.get()), 1);
+    EXPECT_EQ(oxBilateralFilterGold3C(p2.get(), gray.get(), out.get()), 1);
+    EXPECT_EQ(bytesOf(out.get()), before);
+    EXPECT_EQ(oxBilateralFilter64(p2.get(), gray.get(), gray.get()), 1);
+    EXPECT_EQ(oxBilateralFilter(p2.get(), gray64.get(), gray.get()), 1);
+    EXPECT_EQ(oxBilateralFilter3D(p2.get(), &vol.v, &vol.v), 1);
+    EXPECT_EQ(oxBilateralFilter3D(p3.get(), &vol.v, &deeper.v), 1);
+    EXPECT_EQ(oxBilateralFilter3D64(p3.get(), &vol.v, &vol.v), 1);
+    vol.planes[1]->data = nullptr;
+    EXPECT_EQ(oxBilateralFilter3D(p3.get(), &vol.v, &vol.v), 1);
+}
+
+// Other single-channel types are filtered as bytes over the first width x
+// height bytes, four channels as 3-byte pixels; the rest stays untouched.
+TEST(BilateralFilter, OtherTypesAndChannelCountsAreFilteredAsBytes) {
+    Params p = params(2.0, 0.5, 1);
+    for (auto [encoding, type, asBytes, used] : {std::tuple{OX_GRAY, OX_32F, OX_GRAY, 30}, {OX_RGBA, OX_8U, OX_BGR, 90}}) {
+        Image src = noise(6, 5, encoding, type, 4), dst = make(6, 5, encoding, type);
+        Image bytes = make(6, 5, asBytes), bytesOut = make(6, 5, asBytes);
+        std::memcpy(bytes->data, src->data, used);
+        std::memset(dst->data, 0xAB, 120);
+        ASSERT_EQ(oxBilateralFilter(p.get(), src.get(), dst.get()), 0);
+        ASSERT_EQ(oxBilateralFilter(p.get(), bytes.get(), bytesOut.get()), 0);
+        EXPECT_EQ(std::vector<uint8_t>(dst->data, dst->data + used), bytesOf(bytesOut.get()));
+        EXPECT_EQ(std::vector<uint8_t>(dst->data + used, dst->data + 120), std::vector<uint8_t>(120 - used, 0xAB));
+    }
+}

@@ -40,21 +40,43 @@ void blockMax(const uint8_t* p, int64_t bytes, uint8_t (&acc)[kBlock]) {
     for (int32_t j = 0; i < bytes; ++i, ++j) acc[j] = std::max(acc[j], p[i]);
 }
 
+// Channel maxima of one row, pixel by pixel. Wider pixel types place the
+// byte offsets of channels 2 and 3 beyond the pixel step, where the block
+// walk cannot tell channels apart.
+void plainMax(const ColourBytes& px, int64_t y, int32_t width, uint8_t (&m)[3]) {
+    const uint8_t* p = px.rowAt(y);
+    for (int32_t x = 0; x < width; ++x, p += px.step) {
+        m[0] = std::max(m[0], p[px.b]);
+        m[1] = std::max(m[1], p[px.g]);
+        m[2] = std::max(m[2], p[px.r]);
+    }
+}
+
 int32_t retrieve(oxColorCorrectionStats& stats, const oxImage* image, AbortFlag abortFlag) {
     if (!isColour(image) || !walkable(image)) return code(Status::Refused);
     stats = {0.0f, 0.0f, 0.0f};
     const ColourBytes px = colourBytes(image);
+    const bool blocks = std::max({px.b, px.g, px.r}) < px.step;
     // Bytes compare exactly as their float values, so the maxima are kept as
     // integers; the record is written only when the walk completes, so an
     // aborted call leaves it holding zeros.
-    uint8_t acc[kBlock] = {};
+    uint8_t acc[kBlock] = {}, m[3] = {};
     for (int32_t y = 0; y < image->height; ++y) {
         if (abortRequested(abortFlag)) return code(Status::Aborted);
-        if (image->width > 0) blockMax(px.rowAt(y), px.rowBytes, acc);
+        if (image->width <= 0) continue;
+        if (blocks)
+            blockMax(px.rowAt(y), px.rowBytes, acc);
+        else
+            plainMax(px, y, image->width, m);
     }
-    uint8_t byOffset[4] = {};
-    for (int32_t j = 0; j < kBlock; ++j) byOffset[j % px.step] = std::max(byOffset[j % px.step], acc[j]);
-    stats = {static_cast<float>(byOffset[px.b]), static_cast<float>(byOffset[px.g]), static_cast<float>(byOffset[px.r])};
+    if (blocks) {
+        uint8_t byOffset[4] = {};
+        for (int32_t j = 0; j < kBlock; ++j) byOffset[j % px.step] = std::max(byOffset[j % px.step], acc[j]);
+        m[0] = byOffset[px.b];
+        m[1] = byOffset[px.g];
+        m[2] = byOffset[px.r];
+    }
+    stats = {static_cast<float>(m[0]), static_cast<float>(m[1]), static_cast<float>(m[2])};
     return code(Status::Ok);
 }
 

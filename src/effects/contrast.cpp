@@ -46,6 +46,7 @@ int32_t retrieve(oxContrastEnhanceStats& stats, const oxImage* image, AbortFlag 
     const ColourBytes px = colourBytes(image);
     for (int32_t y = 0; y < image->height; ++y) {
         if (abortRequested(abortFlag)) return code(Status::Aborted);
+        if (image->width <= 0) continue;
         if (px.step > 1) {
             forEachBrightness(px, y, image->width, [&counts](int32_t x, uint8_t v) { ++counts.lane[x & 3][v]; });
         } else {
@@ -104,6 +105,7 @@ int32_t apply(const uint8_t* table, const oxImage* source, oxImage* destination,
     // size too; the destination's own layout is not consulted.
     for (int32_t y = 0; y < source->height; ++y) {
         if (abortRequested(abortFlag)) return code(Status::Aborted);
+        if (source->width <= 0) continue;
         const uint8_t* sp = s.rowAt(y);
         uint8_t* dp = destination->data + y * s.rowBytes;
         for (int32_t x = 0; x < source->width; ++x) dp[x] = table[sp[x]];

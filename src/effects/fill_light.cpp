@@ -37,6 +37,7 @@ int32_t fillLight(double amount, const oxImage* base, const oxImage* light, oxIm
     const ColourBytes b = colourBytes(base), l = colourBytes(light), d = colourBytes(destination);
     for (int32_t y = 0; y < light->height; ++y) {
         if (abortRequested(abortFlag)) return code(Status::Aborted);
+        if (light->width <= 0) continue;
         const uint8_t* bp = b.rowAt(y);
         const uint8_t* lp = l.rowAt(y);
         uint8_t* dp = d.rowAt(y);

@@ -60,6 +60,7 @@ template <class F> decltype(auto) withColourStep(int32_t step, F&& f) {
 // Calls f(x, brightness) for the pixels x = 0 .. width - 1 of row y, where
 // brightness is the largest of channels 1-3, in order.
 template <class F> void forEachBrightness(const ColourBytes& px, int64_t y, int32_t width, F&& f) {
+    if (width <= 0) return;  // a header without pixels may have no buffer to point into
     withColourStep(px.step, [&](auto step) {
         const uint8_t* p = px.rowAt(y);
         for (int32_t x = 0; x < width; ++x, p += step) f(x, std::max({p[px.b], p[px.g], p[px.r]}));
@@ -70,14 +71,15 @@ template <int32_t C> using ChannelIndex = std::integral_constant<int32_t, C>;
 
 // For every pixel (x, y) of a width x height walk: channel c of `dst` =
 // mapper(v, x, ChannelIndex<c - 1>) with v channel c of `src`, for
-// c = 1, 2, 3, where mapper = rowMapper(y) is made once per row. All three are read before any is
-// written (the destination may be the source). Polls the abort flag before
-// each row.
+// c = 1, 2, 3, where mapper = rowMapper(y) is made once per row. All three
+// are read before any is written (the destination may be the source).
+// Polls the abort flag before each row.
 template <class RowMapper>
 int32_t mapColourRows(const ColourBytes& src, const ColourBytes& dst, int32_t width, int32_t height,
                       AbortFlag abortFlag, RowMapper&& rowMapper) {
     for (int32_t y = 0; y < height; ++y) {
         if (abortRequested(abortFlag)) return code(Status::Aborted);
+        if (width <= 0) continue;  // rows without pixels are still polled
         const auto map = rowMapper(y);
         withColourStep(src.step, [&](auto sStep) {
             withColourStep(dst.step, [&](auto dStep) {

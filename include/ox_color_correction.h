@@ -16,8 +16,8 @@
  * non-zero before a row, the call frees what it made and returns 2.
  *
  * Refusals (status 1) beyond a missing channel: null records or images, an
- * invalid encoding, an unknown pixel type, null pixels in a non-empty
- * image, a destination fewer rows high or columns wide than the source. */
+ * invalid encoding, a non-empty image of unknown pixel type or without
+ * pixels, a destination fewer rows high or columns wide than the source. */
 #ifndef OX_COLOR_CORRECTION_H
 #define OX_COLOR_CORRECTION_H
 

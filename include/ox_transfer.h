@@ -6,7 +6,8 @@
  *
  * Stage pattern, byte addressing, abort flag and refusals as in
  * ox_color_correction.h. Apply and Filter also refuse with 1 an image not
- * wider or not higher than the blur radius (when the radius is at least 1). */
+ * wider or not higher than the blur radius (when the radius is at least 1);
+ * a radius below 1 takes each pixel's own brightness as its neighbourhood. */
 #ifndef OX_TRANSFER_H
 #define OX_TRANSFER_H
 

@@ -17,7 +17,8 @@ OX_BEGIN_DECLS
  * gives 0). Nothing is clamped. Equal types copy the buffer.
  * Returns 0; 1 when the encodings differ or when `dst` (by its own width,
  * height and encoding) cannot hold N values. When either type code is not
- * one of the six, nothing is written and 0 is returned. */
+ * one of the six, or `src` holds no values (a zero or negative size, an
+ * invalid encoding), nothing is written and 0 is returned. */
 OX_API int32_t oxImageCvtType(const oxImage* src, oxImage* dst);
 
 /* Stretches the source range [low, high] onto the full range of the
@@ -26,7 +27,8 @@ OX_API int32_t oxImageCvtType(const oxImage* src, oxImage* dst);
  * types, equal types included.
  * Returns 0; 1 when the widths differ, when low >= high, when the heights
  * differ, when either type code is not one of the six, or when `dst` (by
- * its own encoding) cannot hold N values; nothing is written then. */
+ * its own encoding) cannot hold N values; nothing is written then. A
+ * source with no values writes nothing and returns 0. */
 OX_API int32_t oxImageCvtTypeGivenRange(const oxImage* src, oxImage* dst, double low, double high);
 
 OX_END_DECLS

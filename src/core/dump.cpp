@@ -1,0 +1,111 @@
+// Raw image dump: the record's fields as ten 32-bit words, then the pixels.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "core/detail/handles.hpp"
+#include "core/detail/pixel_types.hpp"
+#include "ox_dump.h"
+
+namespace {
+
+using namespace ox::detail;
+
+static_assert(sizeof(size_t) >= 8, "pixel sizes are formed in 64 bits");
+
+constexpr size_t kHeaderWords = 10;
+constexpr size_t kHeaderBytes = kHeaderWords * sizeof(int32_t);
+// Where the stream's length is unknown (a pipe), the buffer starts this
+// large and doubles as data arrives, so a header that claims gigabytes
+// cannot make us allocate them before they are there.
+constexpr size_t kFirstChunk = size_t{1} << 20;
+
+// Pixel bytes of a dump, or 0 when the header describes no pixels or a
+// size the format cannot hold: the value count width * height * channels
+// must fit in 32 bits, as every reader of these files forms it.
+uint64_t pixelBytes(int32_t type, int32_t encoding, int32_t width, int32_t height) noexcept {
+    if (!isKnownType(type) || !isValidEncoding(encoding) || width <= 0 || height <= 0) return 0;
+    const int64_t values = static_cast<int64_t>(width) * height * channelCount(encoding);
+    if (values > std::numeric_limits<int32_t>::max()) return 0;
+    return static_cast<uint64_t>(values) * static_cast<uint64_t>(elementSize(type));
+}
+
+enum class Length { Known, Unknown, Broken };
+
+// Bytes between the current position and the end of a seekable stream.
+// Unknown for a stream that cannot seek; Broken when the stream could not
+// be put back where it was.
+Length bytesLeft(FILE* stream, uint64_t& left) noexcept {
+    const long here = std::ftell(stream);
+    if (here < 0 || std::fseek(stream, 0, SEEK_END) != 0) return Length::Unknown;
+    const long end = std::ftell(stream);
+    if (std::fseek(stream, here, SEEK_SET) != 0) return Length::Broken;
+    if (end < here) return Length::Unknown;
+    left = static_cast<uint64_t>(end - here);
+    return Length::Known;
+}
+
+// Reads exactly `bytes` bytes into a new malloc'ed buffer; null when the
+// stream ends first or memory runs out.
+Buffer readPixels(FILE* stream, size_t bytes) noexcept {
+    uint64_t left = 0;
+    const Length length = bytesLeft(stream, left);
+    if (length == Length::Broken || (length == Length::Known && left < bytes)) return {};
+    size_t capacity = length == Length::Known ? bytes : std::min(bytes, kFirstChunk);
+    Buffer buffer = allocateZeroed(capacity);
+    size_t got = 0;
+    while (buffer && got < bytes) {
+        if (got == capacity) {
+            capacity = std::min(bytes, capacity * 2);
+            void* grown = std::realloc(buffer.get(), capacity);
+            if (grown == nullptr) return {};
+            (void)buffer.release();
+            buffer.reset(static_cast<uint8_t*>(grown));
+        }
+        const size_t n = std::fread(buffer.get() + got, 1, capacity - got, stream);
+        if (n == 0) return {};
+        got += n;
+    }
+    return buffer;
+}
+
+}  // namespace
+
+extern "C" {
+
+OX_API int32_t oxImageDumpSave(const oxImage* image, FILE* stream) {
+    if (image == nullptr || stream == nullptr || image->data == nullptr) return -1;
+    const uint64_t bytes = pixelBytes(image->type, image->encoding, image->width, image->height);
+    if (bytes == 0) return -1;
+    // Word 4 stands where the record holds its buffer pointer and is always 0.
+    const int32_t header[kHeaderWords] = {image->type,      image->encoding,  image->height,    image->width,
+                                          0,                image->roi.x,     image->roi.y,     image->roi.width,
+                                          image->roi.height, image->coi};
+    if (std::fwrite(header, kHeaderBytes, 1, stream) != 1) return -1;
+    if (std::fwrite(image->data, static_cast<size_t>(bytes), 1, stream) != 1) return -1;
+    return 0;
+}
+
+OX_API oxImage* oxImageDumpLoad(FILE* stream) {
+    if (stream == nullptr) return nullptr;
+    int32_t h[kHeaderWords];
+    if (std::fread(h, kHeaderBytes, 1, stream) != 1) return nullptr;
+    const uint64_t bytes = pixelBytes(h[0], h[1], h[3], h[2]);
+    if (bytes == 0) return nullptr;
+    Buffer pixels = readPixels(stream, static_cast<size_t>(bytes));
+    if (!pixels) return nullptr;
+    ImagePtr image(allocateRecord<oxImage>());
+    if (!image) return nullptr;
+    image->type = h[0];
+    image->encoding = h[1];
+    image->height = h[2];
+    image->width = h[3];
+    image->roi = oxRect{h[5], h[6], h[7], h[8]};
+    image->coi = h[9];
+    image->data = pixels.release();
+    return image.release();
+}
+
+}  // extern "C"

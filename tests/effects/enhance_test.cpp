@@ -64,35 +64,42 @@ TEST(Enhance, StageOrderWorkingImageAndContrastWeight) {
     const oxContrastEnhanceParams contrast{9.0f, 4.0f, 0, 255, 0};
     const oxTransferEnhanceParams transfer{0.3f, 1.4f, 7};
     const oxFillLightParams fill{0.5};
-    const oxSharpenParams sharp{0.4000000059604645};
-    using Ref = std::function<void(const oxImage*, oxImage*)>;
+    const oxSharpenParams sharp{0.4000000059604645};  // 0.4f widened
     const auto cc = [](const oxImage* s, oxImage* r) { ASSERT_EQ(oxColorCorrectionFilter(s, nullptr, r, nullptr), 0); };
-    const auto ce = [&](const oxImage* s, oxImage* r) { ASSERT_EQ(oxContrastEnhanceFilter(&contrast, s, nullptr, r, nullptr), 0); };
+    const auto ce = [&](const oxImage* s, oxImage* r) {
+        ASSERT_EQ(oxContrastEnhanceFilter(&contrast, s, nullptr, r, nullptr), 0);
+    };
+    const auto mix = [&](const oxImage* s, oxImage* r, uint8_t w) {
+        Image t = make(s->width, s->height, OX_BGR);
+        ce(s, t.get());
+        ASSERT_EQ(oxAddWeigthedS(s, t.get(), r, w), 0);
+    };
+    using Ref = std::function<void(const oxImage*, oxImage*)>;
     struct Case {
         const char* name;
-        std::function<void(oxEnhanceParams&)> set;
+        int32_t colorCorrection;
+        float weight, steepness;
+        int32_t fillAndSharpen;
         Ref reference;
     } cases[] = {
-        {"steepness 0: contrast only", [](auto& p) { p.transferSteepness = 0; }, ce},
-        {"defaults: contrast, transfer of strength 1.4", [](auto&) {},
+        {"steepness 0: contrast only", 0, 1.0f, 0.0f, 0, ce},
+        {"defaults: contrast, transfer of strength 1.4", 0, 1.0f, 0.3f, 0,
          [&](auto s, auto r) { ce(s, r); ASSERT_EQ(oxTransferEnhanceFilter(&transfer, r, nullptr, r, nullptr), 0); }},
-        {"weight 0.5 mixes with 128", [](auto& p) { p.transferSteepness = 0; p.contrastWeight = 0.5f; },
-         [&](auto s, auto r) { Image t = make(23, 17, OX_BGR); ce(s, t.get()); ASSERT_EQ(oxAddWeigthedS(s, t.get(), r, 128), 0); }},
-        {"weight 0.001 mixes with 0", [](auto& p) { p.transferSteepness = 0; p.contrastWeight = 0.001f; },
-         [](auto s, auto r) { ASSERT_EQ(oxCopy(s, r), 0); }},
-        {"NaN weight and steepness: nothing runs", [](auto& p) { p.transferSteepness = p.contrastWeight = kNaN; },
-         [](auto, auto) {}},
-        {"colour correction: contrast reads it, weight idle", [](auto& p) { p.colorCorrection = 1; p.transferSteepness = 0; p.contrastWeight = 0.001f; },
+        {"weight 0.5 mixes with 128", 0, 0.5f, 0.0f, 0, [&](auto s, auto r) { mix(s, r, 128); }},
+        {"weight 0.001 mixes with 0", 0, 0.001f, 0.0f, 0, [&](auto s, auto r) { mix(s, r, 0); }},
+        {"NaN weight and steepness: nothing runs", 0, kNaN, kNaN, 0, [](auto, auto) {}},
+        {"colour correction: contrast reads it, weight idle", 1, 0.001f, 0.0f, 0,
          [&](auto s, auto r) { cc(s, r); ce(r, r); }},
-        {"fill light over the source, then sharpen",
-         [](auto& p) { p.colorCorrection = p.fillLight = p.sharpen = 1; p.contrastWeight = p.transferSteepness = 0; p.fillLightAmount = 0.5f; p.sharpenAmount = 0.4f; },
-         [&](auto s, auto r) { cc(s, r); ASSERT_EQ(oxFillLight(&fill, s, r, r, nullptr), 0);
-                               ASSERT_EQ(oxSharpenFilter(&sharp, r, nullptr, r, nullptr), 0); }},
+        {"fill light over the source, then sharpen", 1, 0.0f, 0.0f, 1, [&](auto s, auto r) {
+             cc(s, r);
+             ASSERT_EQ(oxFillLight(&fill, s, r, r, nullptr), 0);
+             ASSERT_EQ(oxSharpenFilter(&sharp, r, nullptr, r, nullptr), 0);
+         }},
     };
     const Image src = dullNoise(23, 17, 3);
     for (const Case& c : cases) {
-        oxEnhanceParams p = defaults();
-        c.set(p);
+        const oxEnhanceParams p{c.colorCorrection, 1, c.weight, 9, 4, c.steepness, 1.4f, 7,
+                                c.fillAndSharpen, 0.5f, c.fillAndSharpen, 0.4f};
         Image dst = noise(23, 17, OX_BGR, OX_8U, 7), ref = noise(23, 17, OX_BGR, OX_8U, 7);
         ASSERT_EQ(oxEnhanceFilter(&p, src.get(), nullptr, dst.get(), nullptr), 0) << c.name;
         c.reference(src.get(), ref.get());
@@ -125,7 +132,8 @@ TEST(Enhance, AbortRefusalsAndBadInputSweep) {
     Image src = dullNoise(12, 10, 1), dst = make(12, 10, OX_BGR), small = make(12, 9, OX_BGR);
     oxEnhanceParams p = defaults();
     for (int32_t stage = 0; stage < 5; ++stage) {  // the only stage switched on returns 2
-        p = {stage == 0, 1, stage == 1 ? 1.0f : 0.0f, 9, 4, stage == 2 ? 0.3f : 0.0f, 1, 7, stage == 3, 1, stage == 4, 1};
+        const float contrast = stage == 1 ? 1.0f : 0.0f, steepness = stage == 2 ? 0.3f : 0.0f;
+        p = {stage == 0, 1, contrast, 9, 4, steepness, 1, 7, stage == 3, 1, stage == 4, 1};
         EXPECT_EQ(oxEnhanceFilter(&p, src.get(), nullptr, dst.get(), &stop), 2) << stage;
     }
     EXPECT_EQ(oxEnhanceFilter(nullptr, src.get(), nullptr, dst.get(), nullptr), 1);
@@ -138,7 +146,8 @@ TEST(Enhance, AbortRefusalsAndBadInputSweep) {
         for (int32_t h = 0; h <= 9; ++h)
             for (int32_t w = 0; w <= 9; ++w) {
                 Image s = noise(w, h, OX_BGR, OX_8U, 2), d = make(w, h, OX_BGR);
-                EXPECT_EQ(oxYewEnhance(w, h, s->data, d->data, steep), steep > 0 && std::min(w, h) <= 7) << w << "x" << h;
+                const int32_t refused = steep > 0 && std::min(w, h) <= 7;
+                EXPECT_EQ(oxYewEnhance(w, h, s->data, d->data, steep), refused) << w << "x" << h;
             }
     const float odd[] = {kNaN, kInf, -kInf, 0.0f, -2.0f};
     for (float v : odd)
@@ -146,7 +155,8 @@ TEST(Enhance, AbortRefusalsAndBadInputSweep) {
             for (int32_t h = 0; h <= 4; ++h)
                 for (int32_t w = 0; w <= 4; ++w) {
                     p = {1, 1, v, v, v, v == 0 ? 0.3f : -v, v, radius, 1, v, 1, v};
-                    Image s = noise(w, h, OX_BGR, OX_8U, 3), d = make(w, h, OX_RGBA), m = noise(w, h, OX_GRAY, OX_8U, 4);
+                    Image s = noise(w, h, OX_BGR, OX_8U, 3), d = make(w, h, OX_RGBA);
+                    Image m = noise(w, h, OX_GRAY, OX_8U, 4);
                     oxImage* out = (w + h) % 2 ? s.get() : d.get();  // in place, or out of place with alpha
                     const int32_t r = oxEnhanceFilter(&p, s.get(), w % 3 ? m.get() : nullptr, out, nullptr);
                     EXPECT_TRUE(r == 0 || r == 1) << w << "x" << h;

@@ -24,6 +24,7 @@
 #include "ox_kernel.h"
 #include "ox_convolution.h"
 #include "ox_bilateral.h"
+#include "ox_sharpen.h"
 #include "ox_dump.h"
 
 #endif /* YEWWPFWRAP_H */

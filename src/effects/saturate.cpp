@@ -41,21 +41,59 @@ Order orderOf(int32_t b, int32_t g, int32_t r) {
     return r > b ? Order{1, 2, 0} : Order{1, 0, 2};
 }
 
-void saturatePixel(const uint8_t* s, const Layout& in, uint8_t* d, const Layout& out, float f) {
+// Everything a pixel's new channels need besides its middle value depends
+// on its maximum M and minimum m alone: the old saturation k, the new
+// minimum (truncated before the middle channel is derived from it) and the
+// share of the old spread that the middle channel keeps.
+struct PairTerms {
+    float k, keep;
+    uint8_t lo;
+};
+
+PairTerms pairTerms(int32_t hi, int32_t lo, float f) {
+    const float M = static_cast<float>(hi), m = static_cast<float>(lo);
+    // Below 0 gives 0, 255 and up 255 (255.x truncates to 255 anyway); the
+    // NaN of a NaN or infinite factor gives 0.
+    const uint8_t newLo = clampToByte(std::fmaf(M, 1.0f - f, f * m));
+    return {1.0f - m / M, 1.0f - static_cast<float>(newLo) / M, newLo};
+}
+
+// Large images look the terms up for each of the 32640 pairs with M > m
+// instead of dividing twice per pixel; small ones compute them in place.
+// Both evaluate pairTerms, so the bytes are the same.
+constexpr int64_t kTableFrom = 1 << 16;
+
+class Terms {
+public:
+    Terms(float f, int64_t pixels) : f_(f) {
+        if (pixels < kTableFrom) return;
+        table_ = allocateBuffer(sizeof(PairTerms) << 16);
+        auto* t = reinterpret_cast<PairTerms*>(table_.get());
+        if (!t) return;  // computed per pixel then
+        for (int32_t hi = 1; hi < 256; ++hi)
+            for (int32_t lo = 0; lo < hi; ++lo) t[hi << 8 | lo] = pairTerms(hi, lo, f);
+    }
+    PairTerms operator()(int32_t hi, int32_t lo) const {
+        return table_ ? reinterpret_cast<const PairTerms*>(table_.get())[hi << 8 | lo] : pairTerms(hi, lo, f_);
+    }
+
+private:
+    float f_;
+    Buffer table_;
+};
+
+void saturatePixel(const uint8_t* s, const Layout& in, uint8_t* d, const Layout& out, const Terms& terms) {
     const uint8_t v[3] = {s[in.at[0]], s[in.at[1]], s[in.at[2]]};
     const Order o = orderOf(v[0], v[1], v[2]);
     if (v[o.hi] == v[o.lo]) {
         for (int32_t c = 0; c < 3; ++c) d[out.at[c]] = v[c];
         return;
     }
-    const float M = v[o.hi], m = v[o.lo], mid = v[o.mid];
-    const float k = 1.0f - m / M;
-    // The new minimum is truncated before the middle channel is derived from it.
-    const uint8_t lo = clampToByte(std::fmaf(M, 1.0f - f, f * m));
-    const float mLo = lo;
+    const PairTerms t = terms(v[o.hi], v[o.lo]);
+    const float spread = static_cast<float>(v[o.mid] - v[o.lo]);  // exact, as the float difference
     d[out.at[o.hi]] = v[o.hi];
-    d[out.at[o.lo]] = lo;
-    d[out.at[o.mid]] = clampToByte((mid - m) * (1.0f - mLo / M) / k + mLo);
+    d[out.at[o.lo]] = t.lo;
+    d[out.at[o.mid]] = clampToByte(spread * t.keep / t.k + static_cast<float>(t.lo));
 }
 
 bool walkable(const oxImage* img, int64_t pixels) {
@@ -68,11 +106,12 @@ Status saturate(float f, const oxImage* src, oxImage* dst, AbortFlag abortFlag) 
     const int64_t pixels = static_cast<int64_t>(w) * h;
     if (!walkable(src, pixels) || !walkable(dst, pixels)) return Status::Refused;
     const Layout in = layoutOf(src->encoding), out = layoutOf(dst->encoding);
+    const Terms terms(f, pixels);
     const uint8_t* s = src->data;
     uint8_t* d = dst->data;
     for (int32_t y = 0; y < h; ++y) {
         if (abortRequested(abortFlag)) return Status::Aborted;
-        for (int32_t x = 0; x < w; ++x, s += in.step, d += out.step) saturatePixel(s, in, d, out, f);
+        for (int32_t x = 0; x < w; ++x, s += in.step, d += out.step) saturatePixel(s, in, d, out, terms);
     }
     return Status::Ok;
 }

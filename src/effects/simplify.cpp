@@ -30,7 +30,7 @@ struct Sigmas {
 };
 
 // Both from the working size n = width + height with integer divisions, so
-// anything below 256 pixels around gets spatial sigma 0 (the filter then
+// a working image with n below 256 gets spatial sigma 0 (the filter then
 // keeps the centre alone). The range sigma is formed in float.
 Sigmas sigmasFor(int64_t width, int64_t height, float rangeFactor) {
     const int64_t n = width + height;
@@ -42,15 +42,31 @@ bool isColour8(const oxImage* img) {
            img->width >= 0 && img->height >= 0;
 }
 
+// The record oxBilateralParamsDefault makes (radius 1), except that its
+// tables are left for the first pass to build for `sigmas`: the default's
+// range table for sigma 1 would be 64 MiB written only to be rebuilt. A NaN
+// cached sigma never equals the one asked for, so the first pass builds both
+// tables, whatever the sigmas; the bytes are those of the default record.
+BilateralPtr bilateralParams(Sigmas sigmas) {
+    BilateralPtr params(allocateRecord<oxBilateralParams>());
+    if (!params) return params;
+    params->tables2D = oxBilateralParamsInnerCreate();
+    if (!params->tables2D) return nullptr;
+    params->tables2D->cachedSpaceSigma = params->tables2D->cachedRangeSigma = std::nanf("");
+    params->spaceSigma = sigmas.space;
+    params->rangeSigma = sigmas.range;
+    params->radius = 1;
+    params->valueScale = 1.0;
+    return params;
+}
+
 // The bilateral passes from `in` into `out`, the first one out of place
 // unless `in` is `out`. False when aborted or out of memory. The passes'
 // own results are not examined: the checks before them leave the filter
 // nothing to refuse.
 bool smooth(const oxImage* in, oxImage* out, int32_t iterations, Sigmas sigmas, AbortFlag abortFlag) {
-    BilateralPtr params(oxBilateralParamsDefault());
+    BilateralPtr params = bilateralParams(sigmas);
     if (!params) return false;
-    params->spaceSigma = sigmas.space;
-    params->rangeSigma = sigmas.range;
     for (int32_t i = 0; i < iterations; ++i) {
         if (abortRequested(abortFlag)) return false;
         oxBilateralFilter(params.get(), i == 0 ? in : out, out);

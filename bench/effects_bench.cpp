@@ -85,8 +85,8 @@ void BM_YewSimplify(benchmark::State& state) {
     for (int32_t y = 0; y < h; ++y)
         for (int32_t x = 0; x < w; ++x)
             for (int32_t c = 0; c < 3; ++c)
-                src[3 * (size_t(y) * w + x) + c] =
-                    static_cast<uint8_t>((x / 8 + y / 6 + 60 * c + ((x / 256 + y / 192) % 2) * 70 + (x * 7 + y * 13) % 9) % 256);
+                src[3 * (size_t(y) * w + x) + c] = static_cast<uint8_t>(
+                    (x / 8 + y / 6 + 60 * c + ((x / 256 + y / 192) % 2) * 70 + (x * 7 + y * 13) % 9) % 256);
     for (auto _ : state) benchmark::DoNotOptimize(oxYewSimplify(w, h, src.data(), dst.data(), 8, 0.1f, 0.3f));
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);

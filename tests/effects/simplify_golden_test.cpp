@@ -11,16 +11,12 @@ using namespace oxtest;
 namespace {
 
 struct Golden {
-    const char* name;
-    const char* photo;         // null: noise of w x h
-    int32_t w, h;              // noise size, or the size a photograph is resized to (0: as it is)
-    int32_t iterations;
+    const char *name, *photo;  // photo null: noise of w x h; else resized to w x h unless w is 0
+    int32_t w, h, iterations;
     float rangeFactor, saturation;
     bool inPlace;
     uint64_t hash;
 };
-
-void PrintTo(const Golden& g, std::ostream* os) { *os << g.name; }
 
 const Golden kGolden[] = {
     // name                 photo            w     h   it   rf     sat   in place  hash
@@ -30,6 +26,7 @@ const Golden kGolden[] = {
     {"coffee_scaled",       "coffee.png",    1200, 800, 3, 0.10f, 0.3f, false, 0x3e2d9f57e35b4691ull},
     {"noise_scaled",        nullptr,         1100, 700, 2, 0.10f, 0.3f, false, 0xff08b8c20b2426b0ull},
     {"noise_scaled_in_place", nullptr,       1100, 700, 2, 0.10f, 0.3f, true,  0xff08b8c20b2426b0ull},
+    {"noise_5000x5_scaled", nullptr,         5000, 5,   2, 0.20f, 0.3f, false, 0xb1e4c3b36c28ff54ull},  // at 1024 x 1
     {"noise_odd_direct",    nullptr,         257,  131, 3, 0.50f, 0.2f, false, 0x5607f0ce13f28f41ull},
     {"noise_copy_saturated", nullptr,        64,   48,  0, 0.10f, 0.5f, false, 0xc0a8d29d17978f06ull},
 };
@@ -40,15 +37,12 @@ TEST_P(SimplifyGolden, OutputBytes) {
     const Golden& g = GetParam();
     Image src = g.photo ? loadPhoto(g.photo) : noise(g.w, g.h, OX_BGR, OX_8U, 42);
     if (!src) GTEST_SKIP() << "photograph " << g.photo << " not fetched";
-    if (g.photo && g.w) {
-        Image big = make(g.w, g.h, OX_BGR);
-        ASSERT_EQ(oxResize(src.get(), big.get(), 0, nullptr), 0);
+    if (Image big = make(g.w, g.h, OX_BGR); g.photo && g.w && oxResize(src.get(), big.get(), 0, nullptr) == 0)
         src = std::move(big);
-    }
     Image dst = make(src->width, src->height, OX_BGR);
     oxImage* out = g.inPlace ? src.get() : dst.get();
-    ASSERT_EQ(oxYewSimplify(src->width, src->height, src->data, out->data, g.iterations, g.rangeFactor, g.saturation),
-              0);
+    const int32_t w = src->width, h = src->height;
+    ASSERT_EQ(oxYewSimplify(w, h, src->data, out->data, g.iterations, g.rangeFactor, g.saturation), 0);
     EXPECT_EQ(hashImage(out), g.hash) << std::hex << "0x" << hashImage(out) << "ull";
 }
 

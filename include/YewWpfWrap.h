@@ -30,6 +30,7 @@
 #include "ox_convolution.h"
 #include "ox_convolution3d.h"
 #include "ox_bilateral.h"
+#include "ox_sharpen.h"
 #include "ox_dump.h"
 
 #endif /* YEWWPFWRAP_H */

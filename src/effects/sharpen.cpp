@@ -140,15 +140,25 @@ void clippedLaplacian(const Channel& P, int64_t w, int64_t h, uint8_t z, uint8_t
     // written and keep the previous channel's blurred detail.
 }
 
-// dst = max(T[detail] + src, 0) in double, for one channel of every pixel in
-// memory order. Deliberately no upper clamp: a negative amount can exceed
-// 255, which keeps the low 8 bits of the truncated value.
-void subtractDetail(const double table[256], const uint8_t* detail, int64_t n, const Channel& s, uint8_t* d,
-                    int64_t dstPixel) {
-    for (int64_t i = 0; i < n; ++i) {
-        const double v = table[detail[i]] + static_cast<double>(s.base[i * s.pixel]);
-        d[i * dstPixel] = wrapTrunc<uint8_t>(std::max(v, 0.0));
+// dst = max(T[d] + src, 0) in double, truncated, with T[d] = d * (-amount).
+// Deliberately no upper clamp: a negative amount can exceed 255, which keeps
+// the low 8 bits of the truncated value. The result depends on the pair
+// (detail d, source byte) only, so all 65536 are tabled once per call.
+Buffer subtractTable(double amount) {
+    Buffer table = allocateBuffer(256 * 256);
+    if (!table) return table;
+    for (int32_t d = 0; d < 256; ++d) {
+        const double t = static_cast<double>(d) * -amount;
+        for (int32_t s = 0; s < 256; ++s)
+            table[d * 256 + s] = wrapTrunc<uint8_t>(std::max(t + static_cast<double>(s), 0.0));
     }
+    return table;
+}
+
+// One channel of every pixel, in memory order.
+void subtractDetail(const uint8_t* table, const uint8_t* detail, int64_t n, const Channel& s, uint8_t* d,
+                    int64_t dstPixel) {
+    for (int64_t i = 0; i < n; ++i) d[i * dstPixel] = table[detail[i] * 256 + s.base[i * s.pixel]];
 }
 
 bool sharpenable(const oxImage* img) {
@@ -159,11 +169,10 @@ bool sharpenable(const oxImage* img) {
 int32_t sharpen(double amount, const oxImage* src, const oxImage* mask, oxImage* dst, AbortFlag abortFlag) {
     if (!sharpenable(src) || !sharpenable(dst) || dst->width != src->width || dst->height != src->height)
         return code(Status::Refused);
-    double table[256];
-    for (int32_t i = 0; i < 256; ++i) table[i] = static_cast<double>(i) * -amount;
     const int64_t w = src->width, h = src->height, dstPixel = stepsOf(dst).pixel;
+    const Buffer table = subtractTable(amount);
     ImagePtr detail = zeroedPlane(src->width, src->height);
-    if (!detail) return code(Status::Refused);
+    if (!table || !detail) return code(Status::Refused);
     // The blend needs the unsharpened source; in place it is kept as a
     // byte-for-byte copy with the source's ROI, so that the blend walks the
     // same region it walks out of place.
@@ -182,7 +191,8 @@ int32_t sharpen(double amount, const oxImage* src, const oxImage* mask, oxImage*
         // as already sharpened.
         clippedLaplacian(in, w, h, src->data[0], detail->data);
         if (const int32_t r = oxBlurFilter(blur.get(), detail.get(), detail.get(), abortFlag); r != 0) return r;
-        subtractDetail(table, detail->data, w * h, in, dst->data + oxImageGetChannelOffset(dst, c), dstPixel);
+        uint8_t* out = dst->data + oxImageGetChannelOffset(dst, c);
+        subtractDetail(table.get(), detail->data, w * h, in, out, dstPixel);
     }
     detail.reset();
     if (!mask) return code(Status::Ok);

@@ -25,6 +25,7 @@
 #include "ox_function.h"
 #include "ox_blur.h"
 #include "ox_resize.h"
+#include "ox_lens.h"
 #include "ox_kernel.h"
 #include "ox_convolution.h"
 #include "ox_convolution3d.h"

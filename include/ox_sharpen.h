@@ -39,6 +39,8 @@ OX_API void oxHighBoostParamsRelease(oxHighBoostParams** params);
  * the channel becomes r * v, clamped to 0..255 and truncated. A fourth
  * channel of `dst` is not written. A grey source is its own luminance and is
  * read from its first byte, so it needs a ROI covering the whole image.
+ * With both blur radii below 1 the mean stays 0, so every ratio is the
+ * undivided gain * L.
  * `src` and `dst` may be the same image.
  * Returns 0, or 1 with `dst` untouched on any failure: null arguments,
  * pixel types other than OX_8U, a ROI walk that would leave either buffer,

@@ -40,8 +40,7 @@ const std::vector<float> kId{0, 1, 0};
 }  // namespace
 
 // With kernelZ = {0, 1, 0} each plane comes out as the image filter makes it;
-// the work buffer has exactly the advertised size (the address sanitizer
-// catches an access past it); the allocating form in place agrees.
+// the work buffer has exactly the advertised size; in place agrees.
 TEST(Convolution3D, IdentityDepthMatchesTheImageFilterInEveryForm) {
     for (int32_t type : {OX_8U, OX_32F, OX_64F})
         for (int32_t border : {OX_PAD_EXPAND, OX_PAD_REFLECT}) {
@@ -78,10 +77,8 @@ TEST(Convolution3D, DeltaGivesTheOuterProductInFloat) {
     }
 }
 
-// The depth pass at both faces with both rules and an asymmetric kernelZ,
-// over an intermediate whose plane z holds z + 1. It reads the pad cache
-// only when that holds the kernel's rule for this depth: a table left by a
-// deeper volume is refused.
+// The depth pass at both faces with both rules and an asymmetric kernelZ, over
+// planes holding z + 1; a pad table left by a deeper volume is refused.
 TEST(Convolution3D, DepthPassFacesThroughAMatchingPadCache) {
     const double expect[2][4] = {{11, 17, 24, 27}, {12, 17, 24, 23}};
     std::vector<float> inter(36);

@@ -52,7 +52,7 @@ TEST(LensDistortion, MappingHashAndCropRectangle) {
         EXPECT_EQ(hashImage(distorted.get()), c.hash) << c.w << "x" << c.h;
         Image got = make(23, 19, c.encoding), want = make(23, 19, c.encoding);
         ASSERT_EQ(run(c.params, src.get(), got.get()), 0);
-        oxImageSetROI(distorted.get(), &c.rect);
+        distorted->roi = c.rect;
         ASSERT_EQ(oxResize(distorted.get(), want.get(), 0, nullptr), 0);
         EXPECT_EQ(bytesOf(got.get()), bytesOf(want.get())) << c.w << "x" << c.h;
     }

@@ -6,6 +6,10 @@
 #include "ox_image.h"
 #include "ox_color.h"
 #include "ox_elementwise.h"
+#include "ox_color_correction.h"
+#include "ox_contrast.h"
+#include "ox_transfer.h"
+#include "ox_fill_light.h"
 #include "ox_depth_image.h"
 #include "ox_logger.h"
 #include "ox_system.h"
@@ -21,9 +25,12 @@
 #include "ox_function.h"
 #include "ox_blur.h"
 #include "ox_resize.h"
+#include "ox_lens.h"
 #include "ox_kernel.h"
 #include "ox_convolution.h"
+#include "ox_convolution3d.h"
 #include "ox_bilateral.h"
+#include "ox_sharpen.h"
 #include "ox_dump.h"
 
 #endif /* YEWWPFWRAP_H */

@@ -27,10 +27,22 @@ int32_t channelIndex(int32_t encoding, int32_t channel) {
     return kChannelIndex[encoding][channel - 1];
 }
 
+template <int32_t Bytes> void copyValues(const oxImage* walker, RoiCursor from, RoiCursor to) {
+    walkRoi(walker->roi.height, walker->roi.width, [](uint8_t* f, uint8_t* t) { std::memcpy(t, f, Bytes); }, from, to);
+}
+
 // Copies E(src) bytes per pixel between `from` and `to`, walking the ROI of
-// `walker` (the source of the copy drives the walk in both directions).
+// `walker` (the source of the copy drives the walk in both directions). A
+// fixed-size copy per element size keeps the per-pixel work to one load and
+// one store.
 void copyChannelValues(const oxImage* walker, RoiCursor from, RoiCursor to, int32_t bytes) {
-    walkRoi(walker->roi.height, walker->roi.width, [&](uint8_t* f, uint8_t* t) { std::memcpy(t, f, bytes); }, from, to);
+    switch (bytes) {
+    case 1: return copyValues<1>(walker, from, to);
+    case 2: return copyValues<2>(walker, from, to);
+    case 4: return copyValues<4>(walker, from, to);
+    case 8: return copyValues<8>(walker, from, to);
+    default: return;
+    }
 }
 
 }  // namespace

@@ -90,7 +90,8 @@ TEST(VolumeNonZeroRoi, BoxesOfTheNonZeroElements) {
     }
 }
 
-TEST(VolumeMinMax, RoiWalkInfinitiesAndRefusals) {
+// The update rule is the image one; this pins the walk and its refusals.
+TEST(VolumeMinMax, RoiWalkAndRefusals) {
     struct Case {
         const char* name;
         VolumePtr v;
@@ -100,16 +101,14 @@ TEST(VolumeMinMax, RoiWalkInfinitiesAndRefusals) {
     } cases[] = {
         // Plane 1 of the walk starts one element further, on purpose: 70 and 80, not 60 and 70.
         {"shifted planes", volumeOf(3, 2, 2, OX_8U, {0, 10, 20, 30, 40, 50, 60, 70, 80, 90}), {0, 0, 0, 2, 1, 2}, 0, 0, 80},
-        {"NaN skipped", volumeOf(3, 1, 1, OX_32F, {NAN, 2, -3}), {0, 0, 0, 3, 1, 1}, 0, -3, 2},
-        {"+inf then finite", volumeOf(2, 1, 1, OX_64F, {kInf, 1}), {0, 0, 0, 2, 1, 1}, 0, 1, kMaxD},
-        {"-inf then finite", volumeOf(2, 1, 1, OX_64F, {-kInf, 5}), {0, 0, 0, 2, 1, 1}, 0, -kMaxD, 5},
+        {"infinity as the largest finite", volumeOf(2, 1, 1, OX_64F, {-kInf, 5}), {0, 0, 0, 2, 1, 1}, 0, -kMaxD, 5},
         {"empty roi", volumeOf(2, 1, 1, OX_8U, {1, 2}), {0, 0, 0, 2, 0, 1}, 0, kMaxD, -kMaxD},
         {"past the last plane", volumeOf(2, 1, 2, OX_8U, {1, 2, 3, 4}), {0, 0, 1, 2, 1, 2}, 1, kMaxD, -kMaxD},
         {"before the buffer", volumeOf(2, 1, 2, OX_8U, {1, 2, 3, 4}), {-1, 0, 0, 1, 1, 1}, 1, kMaxD, -kMaxD},
         {"unknown type", volumeOf(2, 1, 1, OX_8U, {1, 2}, 31), {0, 0, 0, 2, 1, 1}, 1, kMaxD, -kMaxD},
         {"no data", VolumePtr(oxVolumeCreateHeader(2, 1, 1)), {0, 0, 0, 2, 1, 1}, 1, kMaxD, -kMaxD}};
     for (Case& c : cases) {
-        oxVolumeSetROI(c.v.get(), &c.roi);
+        c.v->roi = c.roi;
         double mn = 0, mx = 0;
         EXPECT_EQ(oxVolumeGetMinMaxValues(c.v.get(), &mn, &mx), c.status) << c.name;
         EXPECT_TRUE(mn == c.min && mx == c.max) << c.name << ": " << mn << " " << mx;
@@ -160,8 +159,6 @@ TEST(VolumeFill, SetValSetZeroAndInvert) {
     VolumePtr a = volumeOf(2, 2, 1, OX_8U, {0, 1, 254, 255}), b(oxVolumeCreate(2, 2, 1));
     ASSERT_EQ(oxVolumeInvert(a.get(), b.get()), 0);
     EXPECT_EQ(bytes(b.get(), 4), (std::vector<uint8_t>{255, 254, 1, 0}));
-    ASSERT_EQ(oxVolumeInvert(b.get(), b.get()), 0);  // in place
-    EXPECT_EQ(b->data[3], 255);
     VolumePtr words(oxVolumeCreateWithType(2, 2, 1, OX_16U)), deeper(oxVolumeCreate(2, 2, 2));
     VolumePtr noData(oxVolumeCreateHeader(2, 2, 1));
     EXPECT_EQ(oxVolumeInvert(words.get(), words.get()), 1);
@@ -196,28 +193,25 @@ TEST(VolumeResize, TrilinearIntoBytes) {
 TEST(VolumeCopy, RoiPlanesThroughColourConversion) {
     VolumePtr src(oxVolumeCreateWithEncoding(3, 2, 2, OX_BGR)), dst(oxVolumeCreate(4, 3, 3));
     for (int i = 0; i < 18; i += 3) std::memcpy(src->planes[1]->data + i, "\x0a\x14\x1e", 3);  // grey 22
-    const oxBox sr{1, 0, 1, 2, 2, 1}, dr{2, 1, 2, 2, 2, 1}, deeper{0, 0, 0, 2, 2, 2}, outside{0, 0, 2, 2, 2, 1};
-    const oxRect planeRoi{0, 0, 1, 1};
-    oxVolumeSetROI(src.get(), &sr);
-    oxVolumeSetROI(dst.get(), &dr);
-    oxImageSetROI(dst->planes[2], &planeRoi);
+    const oxBox sr{1, 0, 1, 2, 2, 1}, dr{2, 1, 2, 2, 2, 1};
+    src->roi = sr;
+    dst->roi = dr;
+    dst->planes[2]->roi = {0, 0, 1, 1};
     ASSERT_EQ(oxCopy3D(src.get(), dst.get()), 0);
     std::vector<uint8_t> expected(36, 0);
     for (int i : {30, 31, 34, 35}) expected[i] = 22;  // plane 2, rows 1-2, columns 2-3
     EXPECT_EQ(bytes(dst.get(), 36), expected);
     EXPECT_EQ(dst->planes[2]->roi.width, 1);  // plane roi put back
-
-    oxVolumeSetROI(dst.get(), &deeper);
-    EXPECT_EQ(oxCopy3D(src.get(), dst.get()), 1);
-    oxVolumeSetROI(src.get(), &outside);
-    oxVolumeSetROI(dst.get(), &dr);
-    EXPECT_EQ(oxCopy3D(src.get(), dst.get()), 1);
+    dst->roi = {0, 0, 0, 2, 2, 2};
+    EXPECT_EQ(oxCopy3D(src.get(), dst.get()), 1);  // deeper than the source roi
+    src->roi = {0, 0, 2, 2, 2, 1};
+    dst->roi = dr;
+    EXPECT_EQ(oxCopy3D(src.get(), dst.get()), 1);  // plane 2 of two
     EXPECT_EQ(bytes(dst.get(), 36), expected);
-
-    // A failing plane copy leaves both planes with the volume roi.
+    // A failing plane copy leaves both planes with the volume roi, on purpose.
     VolumePtr words(oxVolumeCreateWithType(4, 3, 3, OX_16U));
-    oxVolumeSetROI(words.get(), &dr);
-    oxVolumeSetROI(src.get(), &sr);
+    words->roi = dr;
+    src->roi = sr;
     EXPECT_EQ(oxCopy3D(src.get(), words.get()), 1);
     EXPECT_TRUE(src->planes[1]->roi.x == 1 && words->planes[2]->roi.x == 2 && words->planes[2]->roi.y == 1);
 }

@@ -19,7 +19,6 @@ TEST(BoxBlur, DefaultsAndScratchSize) {
     oxBlurParams* p = oxBlurParamsDefault();
     EXPECT_TRUE(p->radiusX == 1 && p->radiusY == 1);
     oxBlurParamsRelease(&p);
-    EXPECT_EQ(p, nullptr);
     EXPECT_EQ(oxBlurGetTempBufferSize(make(5, 3, OX_GRAY).get()), 0u);
     EXPECT_EQ(oxBlurGetTempBufferSize(make(5, 3, OX_RGBA).get()), 15u);
 }

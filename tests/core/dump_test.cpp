@@ -11,11 +11,8 @@ using namespace oxtest;
 
 namespace {
 
-struct Closer {
-    void operator()(FILE* f) const { std::fclose(f); }
-};
-using File = std::unique_ptr<FILE, Closer>;
-File open(const std::filesystem::path& p, const char* mode) { return File(std::fopen(p.c_str(), mode)); }
+using File = std::unique_ptr<FILE, int (*)(FILE*)>;
+File open(const std::filesystem::path& p, const char* mode) { return File(std::fopen(p.c_str(), mode), &std::fclose); }
 Image load(FILE* f) { return Image(oxImageDumpLoad(f)); }
 
 void expectSameImage(const oxImage* a, const oxImage* b) {
@@ -30,9 +27,8 @@ void expectSameImage(const oxImage* a, const oxImage* b) {
 TEST(ImageDump, LayoutAndConsecutiveDumpsInOneStream) {
     TempDir dir;
     Image a = noise(3, 2, OX_BGR, OX_8U, 1), b = noise(5, 3, OX_RGBA, OX_64F, 2);
-    const oxRect roi{1, 0, 2, 2};
-    oxImageSetROI(a.get(), &roi);
-    oxImageSetCOI(a.get(), 2);
+    a->roi = {1, 0, 2, 2};
+    a->coi = 2;
     {
         File f = open(dir.path() / "two", "wb");
         ASSERT_EQ(oxImageDumpSave(a.get(), f.get()), 0);
@@ -87,7 +83,7 @@ TEST(ImageDump, LoadsFromStreamsThatCannotSeek) {
     for (bool complete : {true, false}) {
         int fds[2];
         ASSERT_EQ(pipe(fds), 0);
-        File in(fdopen(fds[0], "rb")), out(fdopen(fds[1], "wb"));
+        File in(fdopen(fds[0], "rb"), &std::fclose), out(fdopen(fds[1], "wb"), &std::fclose);
         std::thread writer([&] {
             const int32_t gigabytes[10] = {OX_64F, OX_GRAY, 40000, 40000, 0, 0, 0, 1, 1, 0};
             if (complete) oxImageDumpSave(img.get(), out.get());

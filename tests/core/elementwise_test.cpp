@@ -14,8 +14,6 @@ Image filled(int32_t width, int32_t height, int32_t encoding, uint8_t value) {
     return img;
 }
 
-void setRoi(oxImage* img, oxRect roi) { oxImageSetROI(img, &roi); }
-
 }  // namespace
 
 // Values where a fused multiply-add (65, 3), double arithmetic (65, 1),
@@ -49,9 +47,9 @@ TEST(AddWeigthed, ColourChannelsFoundPerImageAndAlphaKept) {
 TEST(AddWeigthed, EveryImageWalksItsOwnRoi) {
     Image a = fromBytes(3, 2, OX_GRAY, {9, 10, 20, 9, 30, 40}), b = filled(2, 2, OX_GRAY, 0);
     Image mask = fromBytes(3, 3, OX_GRAY, {1, 1, 1, 0, 0, 1, 0, 0, 1}), dst = filled(4, 3, OX_GRAY, 7);
-    setRoi(a.get(), {1, 0, 2, 2});
-    setRoi(mask.get(), {0, 1, 2, 2});
-    setRoi(dst.get(), {2, 1, 2, 2});
+    a->roi = {1, 0, 2, 2};
+    mask->roi = {0, 1, 2, 2};
+    dst->roi = {2, 1, 2, 2};
     ASSERT_EQ(oxAddWeigthedM(a.get(), b.get(), dst.get(), mask.get()), 0);
     EXPECT_EQ(bytesOf(dst.get()), (std::vector<uint8_t>{7, 7, 7, 7, 7, 7, 10, 20, 7, 7, 30, 40}));
 }
@@ -99,8 +97,8 @@ TEST(ElementwiseBounds, RefusedWalksWriteNothing) {
     for (const Case& c : cases) {
         Image a = noise(3, 3, OX_BGR, OX_8U, 6), b = noise(3, 3, OX_BGR, OX_8U, 7);
         Image dst = filled(4, 3, OX_BGR, 0x5A), mask = filled(3, 3, OX_GRAY, 1);
-        setRoi(dst.get(), {0, 0, 3, 3});
-        setRoi(std::vector<oxImage*>{b.get(), dst.get(), mask.get()}[c.which], c.roi);
+        dst->roi = {0, 0, 3, 3};
+        std::vector<oxImage*>{b.get(), dst.get(), mask.get()}[c.which]->roi = c.roi;
         const std::vector<uint8_t> before = bytesOf(dst.get());
         // The mask takes no part in the single-weight blend, b none in the substitution.
         const int32_t s = c.which == 2 ? c.status : oxAddWeigthedS(a.get(), b.get(), dst.get(), 9);

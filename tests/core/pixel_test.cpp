@@ -44,37 +44,31 @@ TEST(GetInterpolatedVal, ReadsOnlyNeighboursWithNonZeroFractions) {
     }
 }
 
-TEST(MinMax, InfinityAndNanSequences) {
+// Infinities stand for the largest finite values, NaN is skipped, OX_32U
+// reads as signed; refusals leave the starting values.
+TEST(MinMax, RoiInfinitiesNanAndRefusals) {
+    const std::initializer_list<double> grid{0, 0, 0, 9, 4, 6, 65535, 0, 0};  // 3x3, any other list is one row
     struct Case {
         int32_t type;
         std::initializer_list<double> values;
-        double min, max;
-    } cases[] = {{OX_32F, {kNaN, 2, -3}, -3, 2}, {OX_64F, {kInf, 1}, 1, kMax},   {OX_64F, {1, kInf}, 1, kInf},
-                 {OX_64F, {-kInf, 5}, -kMax, 5}, {OX_64F, {5, -kInf}, -kInf, 5}, {OX_64F, {-kInf, 5, -7}, -kMax, 5},
-                 {OX_64F, {kNaN}, kMax, -kMax},  {OX_32U, {3e9, 7}, 3e9 - 4294967296.0, 7}};
-    for (const Case& c : cases) {
-        Image img = fromValues<double>(static_cast<int32_t>(c.values.size()), 1, OX_GRAY, c.type, c.values);
-        double mn = 0, mx = 0;
-        ASSERT_EQ(oxImageGetMinMaxValues(img.get(), &mn, &mx), 0);
-        EXPECT_EQ(std::make_pair(mn, mx), std::make_pair(c.min, c.max)) << c.type << " " << *c.values.begin();
-    }
-}
-
-TEST(MinMax, RoiOnlyAndRefusalsKeepTheStartingValues) {
-    struct Case {
-        int32_t encoding;
-        oxRect roi;
+        oxRect roi;  // {}: the whole image
         int32_t status;
         double min, max;
-    } cases[] = {{OX_GRAY, {1, 1, 2, 1}, 0, 4, 6}, {OX_BGR, {0, 0, 1, 1}, 1, kMax, -kMax},
-                 {OX_GRAY, {1, 1, 3, 1}, 1, kMax, -kMax}, {OX_GRAY, {5, 5, 0, 1}, 0, kMax, -kMax}};
+        int32_t encoding = OX_GRAY;
+    } cases[] = {{OX_32F, {kNaN, 2, -3}, {}, 0, -3, 2},      {OX_64F, {kInf, 1}, {}, 0, 1, kMax},
+                 {OX_64F, {1, kInf}, {}, 0, 1, kInf},        {OX_64F, {-kInf, 5}, {}, 0, -kMax, 5},
+                 {OX_64F, {5, -kInf}, {}, 0, -kInf, 5},      {OX_64F, {-kInf, 5, -7}, {}, 0, -kMax, 5},
+                 {OX_64F, {kNaN}, {}, 0, kMax, -kMax},       {OX_32U, {3e9, 7}, {}, 0, 3e9 - 4294967296.0, 7},
+                 {OX_16U, grid, {1, 1, 2, 1}, 0, 4, 6},      {OX_16U, grid, {0, 0, 1, 1}, 1, kMax, -kMax, OX_BGR},
+                 {OX_16U, grid, {1, 1, 3, 1}, 1, kMax, -kMax}, {OX_16U, grid, {5, 5, 0, 1}, 0, kMax, -kMax}};
     for (const Case& c : cases) {
-        Image img = fromValues<int>(3, 3, OX_GRAY, OX_16U, {0, 0, 0, 9, 4, 6, 65535, 0, 0});
+        const auto n = static_cast<int32_t>(c.values.size());
+        Image img = fromValues<double>(n == 9 ? 3 : n, n == 9 ? 3 : 1, OX_GRAY, c.type, c.values);
         img->encoding = c.encoding;
-        img->roi = c.roi;
+        if (c.roi.height) img->roi = c.roi;
         double mn = 0, mx = 0;
         EXPECT_EQ(oxImageGetMinMaxValues(img.get(), &mn, &mx), c.status);
-        EXPECT_EQ(std::make_pair(mn, mx), std::make_pair(c.min, c.max)) << c.roi.x << "," << c.roi.width;
+        EXPECT_EQ(std::make_pair(mn, mx), std::make_pair(c.min, c.max)) << c.type << " " << *c.values.begin();
     }
 }
 
@@ -118,18 +112,19 @@ TEST(Fill, LowBitWrapPerType) {
     }
 }
 
+// A colour image has only its first width * height bytes inverted, on purpose.
 TEST(Invert, FlatComplementOfWidthTimesHeightBytes) {
-    for (int32_t width : {1, 3, 7, 17, 1031}) {
-        Image src = noise(width, 3, OX_GRAY, OX_8U, width), dst = make(width, 3, OX_GRAY);
-        ASSERT_EQ(oxImageInvert(src.get(), dst.get()), 0);
-        for (size_t i = 0; i < byteCount(src.get()); ++i) ASSERT_EQ(dst->data[i], 255 - src->data[i]) << width;
-        ASSERT_EQ(oxImageInvert(dst.get(), dst.get()), 0);  // in place
-        EXPECT_EQ(bytesOf(dst.get()), bytesOf(src.get()));
-    }
-    Image colour = noise(4, 4, OX_BGR, OX_8U, 4), out = noise(4, 4, OX_BGR, OX_8U, 5);
-    const std::vector<uint8_t> before = bytesOf(out.get());
-    ASSERT_EQ(oxImageInvert(colour.get(), out.get()), 0);
-    for (size_t i = 0; i < 48; ++i) EXPECT_EQ(out->data[i], i < 16 ? 255 - colour->data[i] : before[i]) << i;
+    for (int32_t encoding : {OX_GRAY, OX_BGR})
+        for (int32_t width : {1, 3, 7, 17, 1031}) {
+            Image src = noise(width, 3, encoding, OX_8U, width), dst = noise(width, 3, encoding, OX_8U, 5);
+            const std::vector<uint8_t> before = bytesOf(dst.get());
+            const size_t n = static_cast<size_t>(width) * 3;
+            ASSERT_EQ(oxImageInvert(src.get(), dst.get()), 0);
+            for (size_t i = 0; i < before.size(); ++i) ASSERT_EQ(dst->data[i], i < n ? 255 - src->data[i] : before[i]);
+            ASSERT_EQ(oxImageInvert(dst.get(), dst.get()), 0);  // in place
+            EXPECT_TRUE(std::equal(src->data, src->data + n, dst->data)) << encoding << " " << width;
+        }
+    Image colour = make(4, 4, OX_BGR);
     Image wide = make(4, 4, OX_GRAY, OX_16U), narrow = make(3, 4, OX_GRAY), bad = make(4, 4, OX_GRAY);
     bad->encoding = 9;  // buffer size unknown
     EXPECT_EQ(oxImageInvert(wide.get(), wide.get()), 1);

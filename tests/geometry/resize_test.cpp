@@ -66,12 +66,11 @@ TEST(Resize, BilinearIsPinned) {
 
 TEST(Resize, RoisSelectSourceAndTarget) {
     Image src = fromBytes(4, 3, OX_GRAY, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
-    const oxRect srcRoi{1, 1, 2, 2}, dstRoi{2, 0, 2, 2};
-    oxImageSetROI(src.get(), &srcRoi);
+    src->roi = {1, 1, 2, 2};
     for (int32_t mode : {0, -1}) {
         Image dst = make(4, 2, OX_GRAY);
         std::fill_n(dst->data, 8, 0);
-        oxImageSetROI(dst.get(), &dstRoi);
+        dst->roi = {2, 0, 2, 2};
         ASSERT_EQ(oxResize(src.get(), dst.get(), mode, nullptr), 0);
         EXPECT_EQ(bytesOf(dst.get()), (std::vector<uint8_t>{0, 0, 5, 6, 0, 0, 9, 10})) << mode;
     }
@@ -150,8 +149,8 @@ TEST(Resize, RefusesWhatCannotRun) {
     };
     for (const Case& c : cases) {
         Image src = noise(4, 3, OX_GRAY, c.srcType, 1), dst = make(4, 3, c.dstEnc, c.dstType);
-        oxImageSetROI(src.get(), &c.srcRoi);
-        oxImageSetROI(dst.get(), &c.dstRoi);
+        src->roi = c.srcRoi;
+        dst->roi = c.dstRoi;
         std::fill_n(dst->data, byteCount(dst.get()), 7);
         EXPECT_EQ(oxResize(src.get(), dst.get(), c.mode, nullptr), 1) << c.name;
         EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(byteCount(dst.get()), 7)) << c.name;

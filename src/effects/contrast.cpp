@@ -1,0 +1,176 @@
+// Contrast enhancement: black and white points from a brightness
+// histogram, one stretch table for every colour channel.
+#include <algorithm>
+
+#include "core/detail/handles.hpp"
+#include "core/detail/numeric.hpp"
+#include "core/detail/status.hpp"
+#include "effects/detail/stage.hpp"
+#include "effects/detail/stage_pixels.hpp"
+#include "ox_contrast.h"
+
+using namespace ox::detail;
+
+namespace {
+
+struct Table {
+    uint8_t v[256];
+};
+
+void emptyStats(oxContrastEnhanceStats& stats, const oxImage* image) {
+    std::fill(std::begin(stats.histogram), std::end(stats.histogram), 0.0f);
+    stats.pixelCount = static_cast<float>(static_cast<int64_t>(image->height) * image->width);
+}
+
+// The histogram is a float sum of ones, which stops growing at 2^24
+// (16777216 + 1 rounds back to 16777216). Counting in integers and capping
+// there gives the same bins without a float add per pixel. Neighbouring
+// pixels count into four separate tables, so runs of equal brightness do
+// not wait on one counter.
+struct Counts {
+    uint64_t lane[4][256] = {};
+
+    void store(oxContrastEnhanceStats& stats) const {
+        constexpr uint64_t kFloatCountLimit = uint64_t{1} << 24;
+        for (int i = 0; i < 256; ++i) {
+            const uint64_t n = lane[0][i] + lane[1][i] + lane[2][i] + lane[3][i];
+            stats.histogram[i] = static_cast<float>(std::min(n, kFloatCountLimit));
+        }
+    }
+};
+
+int32_t retrieve(oxContrastEnhanceStats& stats, const oxImage* image, AbortFlag abortFlag) {
+    emptyStats(stats, image);
+    if (oxImageGetNChannel(image) < 1 || !walkable(image)) return code(Status::Refused);
+    Counts counts;
+    const ColourBytes px = colourBytes(image);
+    for (int32_t y = 0; y < image->height; ++y) {
+        if (abortRequested(abortFlag)) return code(Status::Aborted);
+        if (image->width <= 0) continue;
+        if (px.step > 1) {
+            forEachBrightness(px, y, image->width, [&counts](int32_t x, uint8_t v) { ++counts.lane[x & 3][v]; });
+        } else {
+            const uint8_t* p = px.rowAt(y);
+            for (int32_t x = 0; x < image->width; ++x) ++counts.lane[x & 3][p[x]];
+        }
+    }
+    counts.store(stats);
+    return code(Status::Ok);
+}
+
+void compute(const oxContrastEnhanceStats& stats, const oxContrastEnhanceParams& params, uint8_t* table) {
+    int32_t black = params.blackLevel, white = params.whiteLevel;
+    if (params.manual == 0) {
+        const float highCount = (params.highClip * stats.pixelCount) / 1000.0f;
+        const float lowCount = (stats.pixelCount * params.lowClip) / 1000.0f;
+        // Bin 255 never decides the black point, nor bin 0 the white point.
+        black = 255;
+        float s = 0.0f;
+        for (int32_t i = 0; i <= 254; ++i) {
+            s += stats.histogram[i];
+            if (s > lowCount) {
+                black = i;
+                break;
+            }
+        }
+        white = 0;
+        s = 0.0f;
+        for (int32_t i = 255; i >= 1; --i) {
+            s += stats.histogram[i];
+            if (s > highCount) {
+                white = i;
+                break;
+            }
+        }
+    }
+    // No guard on the division: equal levels give an infinite scale (a hard
+    // threshold at black) and white below black an inverted table, on purpose.
+    const float blackF = static_cast<float>(black);
+    const float scale = 255.0f / (static_cast<float>(white) - blackF);
+    for (int32_t i = 0; i < 256; ++i) table[i] = clampToByte((static_cast<float>(i) - blackF) * scale);
+}
+
+int32_t apply(const uint8_t* table, const oxImage* source, oxImage* destination, AbortFlag abortFlag) {
+    const int32_t channels = oxImageGetNChannel(source);
+    if (channels < 1) return code(Status::Refused);
+    if (channels > 1 && !isColour(destination)) return code(Status::Refused);
+    if (!walkable(source) || !writableFor(destination, source)) return code(Status::Refused);
+    const ColourBytes s = colourBytes(source);
+    if (channels > 1) {
+        const ColourBytes d = colourBytes(destination);
+        return mapColourRows(s, d, source->width, source->height, abortFlag,
+                             [table](int32_t) { return [table](uint8_t v, int32_t, auto) { return table[v]; }; });
+    }
+    // A grey source indexes the destination as if it were grey of the same
+    // size too; the destination's own layout is not consulted.
+    for (int32_t y = 0; y < source->height; ++y) {
+        if (abortRequested(abortFlag)) return code(Status::Aborted);
+        if (source->width <= 0) continue;
+        const uint8_t* sp = s.rowAt(y);
+        uint8_t* dp = destination->data + y * s.rowBytes;
+        for (int32_t x = 0; x < source->width; ++x) dp[x] = table[sp[x]];
+    }
+    return code(Status::Ok);
+}
+
+struct ContrastStage {
+    using Params = oxContrastEnhanceParams;
+    using Stats = oxContrastEnhanceStats;
+    using Derived = Table;
+    static int32_t retrieve(Stats& s, const oxImage* img, AbortFlag f) { return ::retrieve(s, img, f); }
+    static void compute(const Stats& s, const Params* p, Derived& d) { ::compute(s, *p, d.v); }
+    static int32_t apply(const Derived& d, const oxImage* src, oxImage* dst, AbortFlag f) {
+        return ::apply(d.v, src, dst, f);
+    }
+};
+
+}  // namespace
+
+extern "C" {
+
+OX_API oxContrastEnhanceParams* oxContrastEnhanceParamsDefault(void) {
+    auto* p = allocateRecord<oxContrastEnhanceParams>();
+    if (p != nullptr) *p = {9.0f, 4.0f, 0, 255, 0};
+    return p;
+}
+
+OX_API void oxContrastEnhanceParamsRelease(oxContrastEnhanceParams** params) { releaseHeapRecord(params); }
+
+OX_API oxContrastEnhanceStats* oxContrastEnhanceStatsCreate(void) { return allocateRecord<oxContrastEnhanceStats>(); }
+
+OX_API void oxContrastEnhanceStatsRelease(oxContrastEnhanceStats** stats) { releaseHeapRecord(stats); }
+
+OX_API void oxContrastEnhanceStatsInit(oxContrastEnhanceStats* stats, const oxImage* image) {
+    if (stats != nullptr && image != nullptr) emptyStats(*stats, image);
+}
+
+OX_API int32_t oxContrastEnhanceStatsRetrieve(oxContrastEnhanceStats* stats, const oxImage* image,
+                                              const volatile int32_t* abortFlag) {
+    if (stats == nullptr || image == nullptr) return code(Status::Refused);
+    return retrieve(*stats, image, abortFlag);
+}
+
+OX_API void oxContrastEnhanceStatsUpdate(const oxContrastEnhanceStats* from, oxContrastEnhanceStats* into) {
+    if (from == nullptr || into == nullptr) return;
+    for (int i = 0; i < 256; ++i) into->histogram[i] += from->histogram[i];
+}
+
+OX_API void oxContrastEnhanceAddParamsCompute(const oxContrastEnhanceStats* stats,
+                                              const oxContrastEnhanceParams* params, uint8_t* table) {
+    if (stats != nullptr && params != nullptr && table != nullptr) compute(*stats, *params, table);
+}
+
+OX_API int32_t oxContrastEnhanceApply(const uint8_t* table, const oxImage* source, oxImage* destination,
+                                      const volatile int32_t* abortFlag) {
+    if (table == nullptr || source == nullptr || destination == nullptr) return code(Status::Refused);
+    return apply(table, source, destination, abortFlag);
+}
+
+OX_API int32_t oxContrastEnhanceFilter(const oxContrastEnhanceParams* params, const oxImage* source,
+                                       const oxImage* weights, oxImage* destination,
+                                       const volatile int32_t* abortFlag) {
+    if (params == nullptr || source == nullptr || destination == nullptr) return code(Status::Refused);
+    return runStageFilter<ContrastStage>(params, source, weights, destination, abortFlag);
+}
+
+}  // extern "C"

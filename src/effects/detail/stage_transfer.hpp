@@ -1,0 +1,62 @@
+// The transfer curve: a gain per neighbourhood brightness, taken from the
+// inverse of a segment of the logistic function 1 / (1 + exp(-k x)). All
+// arithmetic is single precision in the order written; exp and log run in
+// double on the float argument and are rounded back to float, so the table
+// is the same on every processor.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+
+#include "core/detail/numeric.hpp"
+
+namespace ox::detail {
+
+inline float expViaDouble(float x) noexcept { return static_cast<float>(std::exp(static_cast<double>(x))); }
+inline float logViaDouble(float x) noexcept { return static_cast<float>(std::log(static_cast<double>(x))); }
+
+// Lower end of the segment before the strength: -6 for a dark image, -3
+// for a bright one, linear in between.
+inline float transferBase(float meanBrightness) noexcept {
+    if (meanBrightness <= 70.0f) return -6.0f;
+    if (meanBrightness >= 150.0f) return -3.0f;
+    return ((meanBrightness + -70.0f) * 3.0f) / 80.0f + -6.0f;
+}
+
+struct TransferCurve {
+    float k;   // steepness
+    float a;   // lower end of the segment (upper end 0)
+    float lo;  // logistic(a)
+    float d;   // logistic(0) - logistic(a)
+};
+
+inline TransferCurve transferCurve(float meanBrightness, float steepness, float strength) noexcept {
+    const float k = steepness;
+    const float a = strength * transferBase(meanBrightness);
+    const float hi = 1.0f / (expViaDouble(k * -0.0f) + 1.0f);
+    const float lo = 1.0f / (expViaDouble(-k * a) + 1.0f);
+    return {k, a, lo, hi - lo};
+}
+
+// Gain for neighbourhood brightness L: the brightness (L + 1) / 256 placed
+// between logistic(a) and logistic(0), mapped back through the inverse
+// logistic and normalised to 0..1.
+inline float transferGain(const TransferCurve& c, int32_t brightness) noexcept {
+    const float n = static_cast<float>(brightness + 1);
+    const float y = (n * 0.00390625f) * c.d + c.lo;
+    const float x = logViaDouble((1.0f / y) + -1.0f) * (-1.0f / c.k);
+    const float t = (x - c.a) / (0.0f - c.a);
+    return (t * 256.0f) / n;
+}
+
+// One table row: trunc(gain * v) capped at 255; a negative or NaN product
+// gives 0.
+inline void fillGainRow(float gain, uint8_t* row) noexcept {
+    for (int32_t v = 0; v < 256; ++v) row[v] = clampToByte(gain * static_cast<float>(v));
+}
+
+inline void fillGainTable(const TransferCurve& c, uint8_t* table) noexcept {
+    for (int32_t L = 0; L < 256; ++L) fillGainRow(transferGain(c, L), table + L * 256);
+}
+
+}  // namespace ox::detail

@@ -1,0 +1,178 @@
+// The Enhance effect: the user-level record, the stage set it is spread
+// into, the five-stage pipeline and the entry point for raw buffers.
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/detail/handles.hpp"
+#include "core/detail/image_view.hpp"
+#include "core/detail/numeric.hpp"
+#include "core/detail/status.hpp"
+#include "effects/detail/enhance_stages.hpp"
+#include "effects/detail/stage.hpp"
+#include "ox_color_correction.h"
+#include "ox_elementwise.h"
+#include "ox_enhance.h"
+
+using namespace ox::detail;
+
+namespace {
+
+using StageSetPtr = Owned<oxEnhanceParamsInner, oxEnhanceParamsInnerRelease>;
+using EnhanceParamsPtr = Owned<oxEnhanceParams, oxEnhanceParamsRelease>;
+
+// The contrast mix weight: weight * 255 in single precision, rounded with
+// halves away from zero (0.5 gives 128), clamped to 0..255; NaN gives 0.
+uint8_t contrastMixWeight(float weight) noexcept {
+    return clampTrunc<uint8_t>(std::roundf(weight * 255.0f), uint8_t{0}, uint8_t{255});
+}
+
+bool coversWholeImage(const oxImage* img) noexcept {
+    return img->roi.x == 0 && img->roi.y == 0 && img->roi.width == img->width && img->roi.height == img->height;
+}
+
+// The unprocessed source for the final blend or for fill light in place:
+// an 8-bit image of the source's size and encoding, filled by oxCopy. That
+// copies the source's ROI only, so the rest is zeroed rather than left
+// uninitialised. Null when it cannot be made or filled.
+ImagePtr unprocessedCopy(const oxImage* source) {
+    ImagePtr copy(oxImageCreate(source->width, source->height, source->encoding));
+    if (!copy) return copy;
+    if (!coversWholeImage(source)) std::memset(copy->data, 0, static_cast<size_t>(bufferBytes(copy.get())));
+    if (oxCopy(source, copy.get()) != 0) copy.reset();
+    return copy;
+}
+
+int32_t enhance(const oxEnhanceParams& params, const oxImage* source, const oxImage* weights, oxImage* destination,
+                AbortFlag abortFlag) {
+    if (destination->width != source->width || destination->height != source->height) return code(Status::Refused);
+    StageSetPtr set(oxEnhanceParamsInnerCreate());
+    if (!set) return code(Status::Refused);
+    oxEnhanceSetInnerParams(&params, set.get());
+    const oxEnhanceParamsInner& s = *set;
+
+    // "In place" means the same record: two headers over one buffer are two
+    // images here, as for every stage.
+    ImagePtr copy;
+    if (weights != nullptr || (destination == source && s.fillLight != 0)) {
+        copy = unprocessedCopy(source);
+        if (!copy) return code(Status::Refused);
+    }
+    const oxImage* unprocessed = copy ? copy.get() : source;
+
+    // Every stage writes the destination and the next one reads it.
+    const oxImage* working = source;
+    if (s.colorCorrection != 0) {
+        if (const int32_t r = oxColorCorrectionFilter(source, nullptr, destination, abortFlag); r != 0) return r;
+        working = destination;
+    }
+    if (s.contrastWeight > 0.0f) {
+        if (const int32_t r = oxContrastEnhanceFilter(s.contrast, working, nullptr, destination, abortFlag); r != 0)
+            return r;
+        // Deliberate: once the working image is the destination this mixes
+        // the destination with itself, which can lower values by one.
+        const uint8_t w = contrastMixWeight(s.contrastWeight);
+        if (const int32_t r = oxAddWeigthedS(working, destination, destination, w); r != 0) return r;
+        working = destination;
+    }
+    if (s.transfer->steepness > 0.0f) {
+        if (const int32_t r = oxTransferEnhanceFilter(s.transfer, working, nullptr, destination, abortFlag); r != 0)
+            return r;
+        working = destination;
+    }
+    if (s.fillLight != 0) {
+        if (const int32_t r = oxFillLight(s.fillLightParams, unprocessed, working, destination, abortFlag); r != 0)
+            return r;
+        working = destination;
+    }
+    if (s.sharpen != 0) {
+        if (const int32_t r = oxSharpenFilter(s.sharpenParams, working, nullptr, destination, abortFlag); r != 0)
+            return r;
+    }
+    if (weights == nullptr) return code(Status::Ok);
+    return oxAddWeigthedM(unprocessed, destination, destination, weights);
+}
+
+// Headers around the caller's buffers; they never own the pixels.
+HeaderPtr wrap(int32_t width, int32_t height, const uint8_t* pixels) {
+    HeaderPtr img(oxImageCreateHeader(width, height, OX_BGR));
+    if (img) img->data = const_cast<uint8_t*>(pixels);  // the source header is only read
+    return img;
+}
+
+int32_t yewEnhance(int32_t width, int32_t height, const uint8_t* sourcePixels, uint8_t* destinationPixels,
+                   float transferSteepness) {
+    if (sourcePixels == nullptr || destinationPixels == nullptr || width < 0 || height < 0)
+        return code(Status::Refused);
+    // No buffer can be that large; refusing keeps the byte counts exact.
+    if (static_cast<int64_t>(width) * height > INT64_MAX / 3) return code(Status::Refused);
+    HeaderPtr source = wrap(width, height, sourcePixels);
+    HeaderPtr destination = wrap(width, height, destinationPixels);
+    if (!source || !destination) return code(Status::Refused);
+    EnhanceParamsPtr params(oxEnhanceParamsDefault());
+    if (!params) return code(Status::Refused);
+    params->transferSteepness = transferSteepness;
+    return enhance(*params, source.get(), nullptr, destination.get(), nullptr);
+}
+
+}  // namespace
+
+extern "C" {
+
+OX_API oxEnhanceParams* oxEnhanceParamsDefault(void) {
+    auto* p = allocateRecord<oxEnhanceParams>();
+    if (p != nullptr) *p = {0, 1, 1.0f, 9.0f, 4.0f, 0.3f, 1.4f, 7, 0, 1.0f, 0, 0.3f};
+    return p;
+}
+
+OX_API void oxEnhanceParamsRelease(oxEnhanceParams** params) { releaseHeapRecord(params); }
+
+OX_API oxEnhanceParamsInner* oxEnhanceParamsInnerCreate(void) {
+    return createStageSet({oxContrastEnhanceParamsDefault, oxTransferEnhanceParamsDefault, oxFillLightParamsDefault,
+                           oxSharpenParamsDefault});
+}
+
+OX_API void oxEnhanceParamsInnerRelease(oxEnhanceParamsInner** inner) {
+    if (inner == nullptr || *inner == nullptr) return;
+    oxEnhanceParamsInner* set = *inner;
+    oxContrastEnhanceParamsRelease(&set->contrast);
+    oxFillLightParamsRelease(&set->fillLightParams);
+    oxSharpenParamsRelease(&set->sharpenParams);
+    oxTransferEnhanceParamsRelease(&set->transfer);
+    std::free(set);
+    *inner = nullptr;
+}
+
+OX_API void oxEnhanceSetInnerParams(const oxEnhanceParams* params, oxEnhanceParamsInner* inner) {
+    if (params == nullptr || inner == nullptr) return;
+    inner->colorCorrection = params->colorCorrection;
+    inner->reservedFlag = params->reservedFlag;
+    inner->contrastWeight = params->contrastWeight;
+    if (inner->contrast != nullptr) {
+        inner->contrast->highClip = params->contrastHighClip;
+        inner->contrast->lowClip = params->contrastLowClip;
+    }
+    if (inner->transfer != nullptr) {
+        inner->transfer->steepness = params->transferSteepness;
+        inner->transfer->strength = params->transferStrength;
+        inner->transfer->radius = params->transferRadius;
+    }
+    inner->fillLight = params->fillLight;
+    if (inner->fillLightParams != nullptr) inner->fillLightParams->amount = params->fillLightAmount;
+    inner->sharpen = params->sharpen;
+    if (inner->sharpenParams != nullptr) inner->sharpenParams->amount = params->sharpenAmount;
+}
+
+OX_API int32_t oxEnhanceFilter(const oxEnhanceParams* params, const oxImage* source, const oxImage* weights,
+                               oxImage* destination, const volatile int32_t* abortFlag) {
+    if (params == nullptr || source == nullptr || destination == nullptr) return code(Status::Refused);
+    return enhance(*params, source, weights, destination, abortFlag);
+}
+
+OX_API int32_t oxYewEnhance(int32_t width, int32_t height, const uint8_t* sourcePixels, uint8_t* destinationPixels,
+                            float transferSteepness) {
+    return yewEnhance(width, height, sourcePixels, destinationPixels, transferSteepness);
+}
+
+}  // extern "C"

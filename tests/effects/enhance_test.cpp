@@ -1,0 +1,116 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+
+#include "effects/detail/enhance_stages.hpp"
+#include "support/test_support.hpp"
+
+using namespace oxtest;
+
+namespace {
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN(), kInf = std::numeric_limits<float>::infinity();
+
+// Noise squeezed into 60..179, so that contrast and transfer both change it.
+Image dullNoise(int32_t w, int32_t h, uint32_t seed) {
+    Image img = noise(w, h, OX_BGR, OX_8U, seed);
+    for (size_t i = 0; i < byteCount(img.get()); ++i) img->data[i] = static_cast<uint8_t>(60 + img->data[i] % 120);
+    return img;
+}
+
+int gMade, gFailAt;
+template <class T, T* (*Make)()> T* madeOrFailed() { return gMade++ == gFailAt ? nullptr : Make(); }
+
+}  // namespace
+
+// A failing record at any step leaves nothing behind (the sanitizer build's
+// leak checker sees the rest), after all four were attempted.
+TEST(Enhance, StageSetFailingAtEachRecord) {
+    for (gFailAt = 0; gFailAt < 4; ++gFailAt) {
+        gMade = 0;
+        EXPECT_EQ(ox::detail::createStageSet({madeOrFailed<oxContrastEnhanceParams, oxContrastEnhanceParamsDefault>,
+                                              madeOrFailed<oxTransferEnhanceParams, oxTransferEnhanceParamsDefault>,
+                                              madeOrFailed<oxFillLightParams, oxFillLightParamsDefault>,
+                                              madeOrFailed<oxSharpenParams, oxSharpenParamsDefault>}),
+                  nullptr);
+        EXPECT_EQ(gMade, 4);
+    }
+}
+
+// The pipeline against its stages called one by one on the same start image.
+TEST(Enhance, StageOrderWorkingImageAndContrastWeight) {
+    const oxContrastEnhanceParams ce{9, 4, 0, 255, 0};
+    const oxFillLightParams fill{0.5};
+    const oxSharpenParams sharp{0.4000000059604645};  // 0.4f widened
+    const auto contrastMixed = [&](const oxImage* s, oxImage* r, uint8_t w) {
+        Image t = make(23, 17, OX_BGR);
+        oxContrastEnhanceFilter(&ce, s, nullptr, t.get(), nullptr);
+        oxAddWeigthedS(s, t.get(), r, w);
+    };
+    struct Case {
+        const char* name;
+        int32_t others;  // colour correction, fill light and sharpen
+        float weight, steepness;
+        std::function<void(const oxImage*, oxImage*)> reference;
+    } cases[] = {
+        {"steepness 0: contrast only", 0, 1.0f, 0.0f, [&](auto s, auto r) { contrastMixed(s, r, 255); }},
+        {"weight 0.5 mixes with 128", 0, 0.5f, -1.0f, [&](auto s, auto r) { contrastMixed(s, r, 128); }},
+        {"weight 0.001 mixes with 0", 0, 0.001f, kNaN, [&](auto s, auto r) { contrastMixed(s, r, 0); }},
+        {"NaN weight: nothing runs", 0, kNaN, 0.0f, [](auto, auto) {}},
+        {"contrast reads the colour correction, weight idle; fill light over the source", 1, 0.001f, 0.0f,
+         [&](auto s, auto r) {
+             oxColorCorrectionFilter(s, nullptr, r, nullptr);
+             oxContrastEnhanceFilter(&ce, r, nullptr, r, nullptr);
+             oxFillLight(&fill, s, r, r, nullptr);
+             oxSharpenFilter(&sharp, r, nullptr, r, nullptr);
+         }},
+    };
+    const Image src = dullNoise(23, 17, 3);
+    for (const Case& c : cases) {
+        const oxEnhanceParams p{c.others, 1, c.weight, 9, 4, c.steepness, 1.4f, 7, c.others, 0.5f, c.others, 0.4f};
+        Image dst = noise(23, 17, OX_BGR, OX_8U, 7), ref = noise(23, 17, OX_BGR, OX_8U, 7);
+        ASSERT_EQ(oxEnhanceFilter(&p, src.get(), nullptr, dst.get(), nullptr), 0) << c.name;
+        c.reference(src.get(), ref.get());
+        EXPECT_EQ(bytesOf(dst.get()), bytesOf(ref.get())) << c.name;
+    }
+}
+
+TEST(Enhance, InPlaceCopiesAndWeights) {
+    // In place, fill light lifts the untouched copy towards the enhanced image.
+    oxEnhanceParams p{0, 1, 1, 9, 4, 0.3f, 1.4f, 7, 1, 1, 0, 0};
+    const Image src = dullNoise(40, 30, 5), weights = noise(40, 30, OX_GRAY, OX_8U, 6);
+    Image img = dullNoise(40, 30, 5), out = make(40, 30, OX_BGR);
+    ASSERT_EQ(oxEnhanceFilter(&p, img.get(), nullptr, img.get(), nullptr), 0);
+    for (size_t i = 0; i < byteCount(img.get()); ++i) ASSERT_GE(img->data[i], src->data[i]) << i;
+    // Every stage, blended through weights: in place equals out of place.
+    p = {1, 1, 0.5f, 9, 4, 0.3f, 1.4f, 3, 1, 0.7f, 1, 0.3f};
+    img = dullNoise(40, 30, 5);
+    ASSERT_EQ(oxEnhanceFilter(&p, src.get(), weights.get(), out.get(), nullptr), 0);
+    ASSERT_EQ(oxEnhanceFilter(&p, img.get(), weights.get(), img.get(), nullptr), 0);
+    EXPECT_EQ(bytesOf(img.get()), bytesOf(out.get()));
+}
+
+TEST(Enhance, AbortRefusalsAndBadInputSweep) {
+    const int32_t stop = 1;
+    Image src = dullNoise(12, 10, 1), dst = make(12, 10, OX_BGR), narrow = make(11, 10, OX_BGR);
+    for (int32_t s = 0; s < 5; ++s) {  // the only stage switched on returns 2
+        const oxEnhanceParams p{s == 0, 1, s == 1 ? 1.0f : 0, 9, 4, s == 2 ? 0.3f : 0, 1, 7, s == 3, 1, s == 4, 1};
+        EXPECT_EQ(oxEnhanceFilter(&p, src.get(), nullptr, dst.get(), &stop), 2) << s;
+        EXPECT_EQ(oxEnhanceFilter(&p, src.get(), nullptr, narrow.get(), nullptr), 1);
+    }
+    EXPECT_EQ(oxYewEnhance(4, 4, nullptr, dst->data, 0.3f) + oxYewEnhance(-8, 9, src->data, dst->data, 0.3f), 2);
+    // Every size from 0 x 0: the entry point refuses exactly what the radius-7
+    // blur cannot take; the filter survives every odd parameter.
+    for (float v : {0.3f, 0.0f, -2.0f, kNaN, kInf, -kInf})
+        for (int32_t h = 0; h <= 9; ++h)
+            for (int32_t w = 0; w <= 9; ++w) {
+                Image s = noise(w, h, OX_BGR, OX_8U, 2), d = make(w, h, OX_RGBA), m = noise(w, h, OX_GRAY, OX_8U, 4);
+                EXPECT_EQ(oxYewEnhance(w, h, s->data, s->data, v), v > 0 && std::min(w, h) <= 7) << w << "x" << h;
+                const int32_t radius = v == 0 ? INT32_MAX : w - 4;
+                const oxEnhanceParams p{1, 1, v, v, v, -v, v, radius, 1, v, 1, v};
+                oxImage* out = h % 2 ? s.get() : d.get();  // in place, or into another encoding
+                const int32_t r = oxEnhanceFilter(&p, s.get(), w % 3 ? m.get() : nullptr, out, nullptr);
+                EXPECT_TRUE(r == 0 || r == 1) << w << "x" << h;
+            }
+}

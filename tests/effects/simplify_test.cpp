@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "support/test_support.hpp"
+
+using namespace oxtest;
+using Bytes = std::vector<uint8_t>;
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN(), kInf = std::numeric_limits<float>::infinity();
+
+TEST(Saturate, WorkedPixels) {
+    // Tied maxima (6, 6, 5): the tie rules pick the channel recomputed as the middle one.
+    struct Case { Bytes in; float f; Bytes out; int32_t inEnc = OX_BGR, outEnc = OX_BGR; } cases[] = {
+        {{200, 100, 50}, 2.0f, {200, 66, 0}}, {{10, 200, 200}, 2.0f, {0, 200, 200}}, {{80, 80, 80}, 2.0f, {80, 80, 80}},
+        {{200, 100, 50}, 0.0f, {200, 200, 200}}, {{200, 100, 50}, -1.0f, {200, 236, 255}},
+        {{200, 100, 50}, kNaN, {200, 66, 0}}, {{7, 90, 30}, 0.7f, {31, 90, 47}},  // 31.9 truncated first
+        {{6, 6, 5}, 2.0f, {5, 6, 4}}, {{6, 5, 6}, 2.0f, {6, 4, 5}}, {{5, 6, 6}, 2.0f, {4, 6, 5}},
+        {{50, 100, 200}, 2.0f, {9, 0, 66, 200}, OX_RGB, OX_ARGB}, {{7}, 2.0f, {7, 7, 7}, OX_GRAY, OX_BGR},
+    };
+    for (const Case& c : cases) {
+        Image src = make(1, 1, c.inEnc), dst = make(1, 1, c.outEnc);
+        std::memcpy(src->data, c.in.data(), c.in.size());
+        std::memset(dst->data, 9, c.out.size());
+        const oxSaturateParams p{c.f};
+        ASSERT_EQ(oxSaturateFilter(&p, src.get(), dst.get(), nullptr), 0);
+        EXPECT_EQ(bytesOf(dst.get()), c.out) << int(c.in[0]) << " f " << c.f;
+    }
+    const int32_t stop = 1;
+    const oxSaturateParams p{2.0f};
+    Image two = noise(2, 1, OX_BGR, OX_8U, 1), one = fromBytes(1, 1, OX_BGR, {1, 2, 3});
+    EXPECT_EQ(oxSaturateFilter(&p, two.get(), one.get(), nullptr), 1);  // destination too small
+    EXPECT_EQ(oxSaturateFilter(&p, one.get(), one.get(), &stop), 2);
+    EXPECT_EQ(bytesOf(one.get()), (Bytes{1, 2, 3}));
+}
+
+TEST(Simplify, AbortsAndRefusals) {
+    struct Case {  // source: dst holds the source afterwards, else it is untouched
+        const char* name; int32_t w, h, inEnc, outEnc, outW, max, passes; float rf; int32_t abort, status; bool source;
+    } cases[] = {
+        {"abort, 1024 wide scales: unfiltered working image", 1024, 4, OX_BGR, OX_BGR, 1024, 1024, 2, .1f, 1, 1, true},
+        {"abort, 1023 wide is direct", 1023, 4, OX_BGR, OX_BGR, 1023, 1024, 2, .1f, 1, 1, false},
+        {"NaN rangeFactor", 20, 20, OX_BGR, OX_BGR, 20, 1024, 1, kNaN, 0, 1, false},
+        {"infinite rangeFactor times n / 64 = 0", 20, 20, OX_BGR, OX_BGR, 20, 1024, 1, kInf, 0, 1, false},
+        {"grey", 20, 20, OX_GRAY, OX_GRAY, 20, 1024, 1, .1f, 0, 1, false},
+        {"RGB into BGR", 20, 20, OX_RGB, OX_BGR, 20, 1024, 1, .1f, 0, 1, false},
+        {"direct path, other width", 20, 20, OX_BGR, OX_BGR, 21, 1024, 1, .1f, 0, 1, false},
+        {"working height 0.64", 100, 4, OX_BGR, OX_BGR, 100, 16, 1, .1f, 0, 1, false},
+        {"no passes: a copy, no boost", 20, 20, OX_BGR, OX_BGR, 20, 1024, 0, kNaN, 0, 0, true},
+    };
+    for (const Case& c : cases) {
+        Image src = noise(c.w, c.h, c.inEnc, OX_8U, 5), dst = make(c.outW, c.h, c.outEnc);
+        std::memset(dst->data, 0xAB, byteCount(dst.get()));
+        const oxSimplifyParams p{c.max, c.passes, c.rf};
+        EXPECT_EQ(oxSimplify(src.get(), dst.get(), &p, &c.abort), c.status) << c.name;
+        EXPECT_EQ(bytesOf(dst.get()), c.source ? bytesOf(src.get()) : Bytes(byteCount(dst.get()), 0xAB)) << c.name;
+    }
+}
+
+// Whatever a host passes: a status, no access outside the exactly sized buffers (sanitizer
+// build), no leak, and a failing call on a small image leaves dst untouched or as the source.
+TEST(YewSimplify, SizeAndParameterSweep) {
+    struct Size { int32_t w, h, status; } sizes[] = {  // status with the first parameters
+        {0, 0, 1}, {1, 1, 1}, {2, 2, 1}, {3, 1000, 1}, {1000, 3, 1}, {5000, 2, 1}, {4, 4, 0}, {1030, 5, 0},
+    };
+    struct Params { int32_t iterations; float rf, saturation; } params[] = {
+        {2, 0.1f, 0.3f}, {1, kNaN, 0.5f}, {0, kNaN, kNaN}, {-7, kInf, kInf}, {1, kInf, -kInf}, {2, -kInf, 1e30f},
+    };
+    for (const Size& s : sizes) for (const Params& p : params) for (bool inPlace : {false, true}) {
+        const size_t bytes = size_t(s.w) * s.h * 3;
+        std::unique_ptr<uint8_t[]> src(new uint8_t[bytes]), dst(new uint8_t[bytes]);
+        for (size_t i = 0; i < bytes; ++i) src[i] = uint8_t(i * 37 + i / 7), dst[i] = 0xAB;
+        const Bytes in(src.get(), src.get() + bytes);
+        uint8_t* out = inPlace ? src.get() : dst.get();
+        const int32_t r = oxYewSimplify(s.w, s.h, src.get(), out, p.iterations, p.rf, p.saturation);
+        SCOPED_TRACE(testing::Message() << s.w << "x" << s.h << " iterations " << p.iterations << " rf " << p.rf
+                                        << " saturation " << p.saturation << " in place " << inPlace);
+        ASSERT_TRUE(r == 0 || r == 1);
+        EXPECT_EQ(r, &p == params ? s.status : p.iterations < 1 ? 0 : std::isnan(p.rf) ? 1 : r);
+        const Bytes got(out, out + bytes);
+        if (r == 1 && s.w + s.h < 256 && !inPlace) { EXPECT_TRUE(got == in || got == Bytes(bytes, 0xAB)); }
+    }
+    uint8_t px[3] = {1, 2, 3};
+    EXPECT_EQ(oxYewSimplify(1, 1, nullptr, px, 1, 0.1f, 0.3f) + oxYewSimplify(1, 1, px, nullptr, 0, 0.1f, 0.3f) +
+                  oxYewSimplify(-1, 5, px, px, 0, 0.1f, 0.3f) + oxYewSimplify(5, -1, px, px, 1, 0.1f, 0.3f), 4);
+}

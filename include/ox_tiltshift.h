@@ -63,20 +63,21 @@ OX_API int32_t oxTiltShiftFilter(const oxTiltShiftParams* params, const oxImage*
  * height packed pixels of 3 bytes (blue, green, red), rows without padding;
  * they may be the same buffer and stay the caller's. The points (ax, ay)
  * and (bx, by) are fractions of the width and height, clamped to
- * 0.01..0.99.
+ * 0.01..0.99 (NaN is kept).
  *
  * When trunc(strength * 51.2) >= 1 the tilt-shift (working size 1024) runs
- * from the source into the destination; when it is skipped or cannot run
- * (an image too small for its blur, exhausted memory) the destination
- * receives the source unchanged and the call goes on. Then, when
- * lensAmount is not 0, the lens distortion centred between the points (with
- * cropping) runs on the destination in place and its code is the result;
- * otherwise the result is 0.
+ * from the source into the destination. When it is skipped, or cannot run
+ * (an image too small for its blur, exhausted memory), the destination
+ * receives the source unchanged and no failure is reported. Then, unless
+ * lensAmount is 0, the lens distortion centred between the points, with
+ * cropping, turns that image into the destination.
  *
- * Returns 0 on success; 1 for a negative width or height, a null buffer or
- * exhausted memory, with neither buffer touched; otherwise the code of the
- * lens distortion, and the destination then holds the image that entered
- * it (the blurred image or the source), never undefined bytes. */
+ * Returns 0 on success. 1 for a negative width or height, a null buffer or
+ * a failed header allocation, with neither buffer touched. Otherwise the
+ * code of the lens distortion (1 for instance for an image narrower or
+ * lower than 2 pixels, or a crop that comes out empty); the destination
+ * then holds the image that entered the lens step (blurred or the source),
+ * never bytes the call did not define. */
 OX_API int32_t oxYewTiltShift(int32_t width, int32_t height, const uint8_t* srcPixels, uint8_t* dstPixels,
                               float strength, float lensAmount, float ax, float ay, float bx, float by);
 

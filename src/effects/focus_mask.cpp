@@ -88,7 +88,7 @@ RowFn rowFunction() { return focus::rowPlain; }
 void fill(const oxFocusMaskParams& p, uint8_t* out, int32_t w, int32_t h) {
     const Ellipse e = ellipseOf(p, w, h);
     const Run run = innerColumns(e, w);
-    const auto first = static_cast<int32_t>(run.begin - e.cx);
+    const int32_t first = run.begin < run.end ? static_cast<int32_t>(run.begin - e.cx) : 0;
     const RowFn rowFn = rowFunction();
     for (int32_t y = 0; y < h; ++y) {
         uint8_t* row = out + static_cast<int64_t>(y) * w;

@@ -1,6 +1,7 @@
 // Tilt-shift: the blur-and-blend filter, its parameter record and the entry
 // point for raw colour buffers with its lens step.
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 
@@ -46,7 +47,8 @@ struct Size {
 // small image is enlarged.
 Size workingSize(int32_t maxSize, int32_t width, int32_t height) {
     const float s = static_cast<float>(maxSize) / static_cast<float>(std::max(height, width));
-    return {saturateTrunc<int32_t>(s * static_cast<float>(width)), saturateTrunc<int32_t>(s * static_cast<float>(height))};
+    auto side = [s](int32_t n) { return saturateTrunc<int32_t>(s * static_cast<float>(n)); };
+    return {side(width), side(height)};
 }
 
 // The sharp region is the ellipse inscribed in three times the box that the
@@ -87,6 +89,7 @@ int32_t tiltShift(const oxTiltShiftParams& p, const oxImage* src, oxImage* dst) 
     if (r != 0) return r;
     // Only a refusal of the resize back counts: any other code goes on.
     if (oxResize(small.get(), blurred.get(), 0, nullptr) == 1) return 1;
+    small.reset();
     return oxAddWeigthedM(blurred.get(), src, dst, mask.get());
 }
 

@@ -32,8 +32,7 @@ TEST(FocusMask, WorkedValuesAndFormula) {
         }
 }
 
-// Default points: a mask of 0 (NaN on the centre row), the blur alone. 50 x 39
-// at maxSize 256 works at 256 x 199 (199.68) with radius 2 (2.56).
+// Default points: mask 0 (NaN on its centre row), only the blur. 256 x 199 (199.68), radius 2 (2.56).
 TEST(TiltShiftFilter, DefaultPointsGiveTheBlurEverywhere) {
     oxTiltShiftParams* p = oxTiltShiftParamsDefault();
     EXPECT_TRUE(p->ay == 0.30000001192092896 && p->by == p->ay && p->strength == 0.2f);
@@ -43,13 +42,11 @@ TEST(TiltShiftFilter, DefaultPointsGiveTheBlurEverywhere) {
     Kernel k(oxSepKernelGaussian(2));
     oxResize(src.get(), work.get(), 0, nullptr), oxSeparableConvolutionFilter(work.get(), work.get(), k.get());
     oxResize(work.get(), expected.get(), 0, nullptr);
-    EXPECT_EQ(oxTiltShiftFilter(p, src.get(), dst.get()), 0);
-    EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
+    EXPECT_TRUE(oxTiltShiftFilter(p, src.get(), dst.get()) == 0 && bytesOf(dst.get()) == bytesOf(expected.get()));
     oxTiltShiftParamsRelease(&p);
 }
 
-// No lens: an exact copy when trunc(strength * 51.2) < 1 or the blur cannot
-// run (3 x 1000 works at 3 x 1024: too narrow for radius 15, not for 1).
+// No lens: an exact copy unless trunc(strength * 51.2) >= 1 and the kernel fits (3 x 1000 works at 3 x 1024).
 TEST(YewTiltShift, SkippedOrFailedBlurCopiesTheSource) {
     struct Case { int32_t w, h; float strength; bool copy; } cases[] = {{40, 30, 0.0f, true}, {40, 30, 0.0195f, true},
         {40, 30, 0.01953125f, false}, {3, 1000, 0.3f, true}, {3, 1000, 0.02f, false}, {40, 30, NAN, true}};
@@ -63,10 +60,10 @@ TEST(YewTiltShift, SkippedOrFailedBlurCopiesTheSource) {
         EXPECT_EQ(oxYewTiltShift(w, h, in, out, 0, 0, 0, 0, 1, 1), 1);
 }
 
-// A status, no stray access (sanitizer build), and a destination independent
-// of what it held before. Tiny images blur at 1024 x 1024: radius 1 only.
+// A status, no stray access (sanitizer build), a destination independent of its old bytes. Blurs run
+// at 1024 pixels (tiny images at 1024 x 1024), so only a few are tried.
 TEST(YewTiltShift, SizeAndParameterSweep) {
-    const std::pair<int32_t, int32_t> sizes[] = {{0, 0}, {1, 1}, {2, 2}, {3, 1000}, {1000, 3}, {5000, 2}, {0, 7}, {7, 0}};
+    const std::pair<int32_t, int32_t> sizes[] = {{0, 0}, {1, 1}, {2, 2}, {3, 1000}, {1000, 3}, {5000, 2}, {0, 7}};
     const float strengths[] = {NAN, -INFINITY, -1.0f, 0.0f, 0.0195f, 1e30f, INFINITY, 0.02f, 0.3f};
     const float lenses[] = {0.2f, 0.0f, -3.0f, NAN, INFINITY, 1e9f};
     const float points[][4] = {{0.2f, 0.4f, 0.8f, 0.6f}, {NAN, INFINITY, -INFINITY, 5.0f}, {0.5f, 0.5f, 0.5f, 0.5f}};

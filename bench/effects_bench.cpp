@@ -96,3 +96,24 @@ void BM_YewSimplify(benchmark::State& state) {
 BENCHMARK(BM_YewSimplify)->Args({4000, 3000})->Args({1000, 750})->Unit(benchmark::kMillisecond);
 
 }  // namespace
+
+namespace {
+
+// The tilt-shift entry point as a host calls it: strength 0.3 (blur radius
+// 15 at the 1024-pixel working size), lens 0.2, a band between (0.2, 0.4)
+// and (0.8, 0.6). The work does not depend on the pixel values. "peak_MiB"
+// as for the Simplify effect: run one size alone to read its own peak.
+void BM_YewTiltShift(benchmark::State& state) {
+    const auto w = static_cast<int32_t>(state.range(0)), h = static_cast<int32_t>(state.range(1));
+    auto src = oxtest::noise(w, h, OX_BGR, OX_8U, 1);
+    std::vector<uint8_t> dst(oxtest::byteCount(src.get()));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(oxYewTiltShift(w, h, src->data, dst.data(), 0.3f, 0.2f, 0.2f, 0.4f, 0.8f, 0.6f));
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    state.counters["peak_MiB"] = static_cast<double>(usage.ru_maxrss) / 1024.0;
+    state.SetItemsProcessed(state.iterations() * w * h);
+}
+BENCHMARK(BM_YewTiltShift)->Args({4000, 3000})->Args({1000, 750})->Unit(benchmark::kMillisecond);
+
+}  // namespace

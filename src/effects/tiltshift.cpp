@@ -1,0 +1,157 @@
+// Tilt-shift: the blur-and-blend filter, its parameter record and the entry
+// point for raw colour buffers with its lens step.
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+
+#include "convolution/detail/kernel_rules.hpp"
+#include "core/detail/handles.hpp"
+#include "core/detail/numeric.hpp"
+#include "ox_convolution.h"
+#include "ox_elementwise.h"
+#include "ox_kernel.h"
+#include "ox_lens.h"
+#include "ox_resize.h"
+#include "ox_tiltshift.h"
+
+using namespace ox::detail;
+
+namespace {
+
+constexpr int32_t kEntryMaxSize = 1024;
+
+// A point coordinate limited to 0.01..0.99; NaN passes through as it is.
+float clampPoint(double v) {
+    if (v < 0.01) return 0.01f;
+    if (v > 0.99) return 0.99f;
+    return static_cast<float>(v);
+}
+
+struct Point {
+    float x, y;
+};
+
+// Kernel radius: trunc(strength * (maxSize / 20)) in float, with 0 raised
+// to 1. A negative radius is kept: no kernel can be made from it.
+int32_t blurRadius(float strength, int32_t maxSize) {
+    const int32_t k = saturateTrunc<int32_t>(strength * (static_cast<float>(maxSize) / 20.0f));
+    return k == 0 ? 1 : k;
+}
+
+struct Size {
+    int32_t width, height;
+};
+
+// The working image has maxSize pixels on its longer side, in float; a
+// small image is enlarged.
+Size workingSize(int32_t maxSize, int32_t width, int32_t height) {
+    const float s = static_cast<float>(maxSize) / static_cast<float>(std::max(height, width));
+    auto side = [s](int32_t n) { return saturateTrunc<int32_t>(s * static_cast<float>(n)); };
+    return {side(width), side(height)};
+}
+
+// The sharp region is the ellipse inscribed in three times the box that the
+// two points span, centred between them.
+oxFocusMaskParams maskBox(Point a, Point b) {
+    const float cx = (a.x + b.x) * 0.5f, cy = (a.y + b.y) * 0.5f;
+    const float ex = std::abs(a.x - b.x) * 0.5f, ey = std::abs(a.y - b.y) * 0.5f;
+    return {cx - 3.0f * ex, cy - 3.0f * ey, cx + 3.0f * ex, cy + 3.0f * ey};
+}
+
+// The convolution refuses a working image shorter than the kernel, and
+// whatever happened before it would be thrown away; refusing first avoids
+// building a kernel the size of a huge strength. Absurd working sizes
+// (beyond any allocation) are refused before their byte count can overflow.
+bool blurCanRun(int32_t radius, Size s) {
+    const int64_t taps = 2 * static_cast<int64_t>(radius) + 1;
+    if (radius < 1 || s.width < taps || s.height < taps) return false;
+    return static_cast<int64_t>(s.width) * s.height <= (INT64_MAX >> 6);
+}
+
+int32_t tiltShift(const oxTiltShiftParams& p, const oxImage* src, oxImage* dst) {
+    const Point a{clampPoint(p.ax), clampPoint(p.ay)}, b{clampPoint(p.bx), clampPoint(p.by)};
+    const int32_t radius = blurRadius(p.strength, p.maxSize);
+    const Size work = workingSize(p.maxSize, src->width, src->height);
+    if (!blurCanRun(radius, work)) return 1;
+    KernelPtr kernel(oxSepKernelGaussian(radius));
+    if (!kernel) return 1;
+    ImagePtr mask(oxImageCreate(src->width, src->height, OX_GRAY));
+    if (!mask) return 1;
+    const oxFocusMaskParams box = maskBox(a, b);
+    oxFocusMaskFill(&box, mask.get());
+    ImagePtr small(oxImageCreate(work.width, work.height, src->encoding));
+    ImagePtr blurred(oxImageCreateAs(src));
+    if (!small || !blurred) return 1;
+    if (const int32_t r = oxResize(src, small.get(), 0, nullptr); r != 0) return r;
+    const int32_t r = oxSeparableConvolutionFilter(small.get(), small.get(), kernel.get());
+    kernel.reset();
+    if (r != 0) return r;
+    // Only a refusal of the resize back counts: any other code goes on.
+    if (oxResize(small.get(), blurred.get(), 0, nullptr) == 1) return 1;
+    small.reset();
+    return oxAddWeigthedM(blurred.get(), src, dst, mask.get());
+}
+
+// The destination takes the source, unless they are one buffer.
+void passThrough(const oxImage* src, oxImage* dst) {
+    if (src->data != dst->data) oxCopy(src, dst);
+}
+
+int32_t yewTiltShift(int32_t width, int32_t height, const uint8_t* srcPixels, uint8_t* dstPixels, float strength,
+                     float lensAmount, Point a, Point b) {
+    HeaderPtr src(oxImageCreateHeader(width, height, OX_BGR));
+    HeaderPtr dst(oxImageCreateHeader(width, height, OX_BGR));
+    if (!src || !dst) return 1;
+    src->data = const_cast<uint8_t*>(srcPixels);  // only ever read
+    dst->data = dstPixels;
+    bool blurred = false;
+    if (saturateTrunc<int32_t>(static_cast<double>(strength) * 51.2) >= 1) {
+        const oxTiltShiftParams p{kEntryMaxSize, strength, a.x, a.y, b.x, b.y};
+        // A failed blur is not reported; the source stands in for it, so
+        // the destination never keeps bytes the call did not define.
+        blurred = tiltShift(p, src.get(), dst.get()) == 0;
+    }
+    if (lensAmount == 0.0f) {
+        if (!blurred) passThrough(src.get(), dst.get());
+        return 0;
+    }
+    oxLensDistortionParams lens{};
+    lens.amount = lensAmount;
+    lens.cx = (a.x + b.x) / 2.0f;
+    lens.cy = (a.y + b.y) / 2.0f;
+    lens.crop = 1;
+    const int32_t r = oxLensDistortionFilter(&lens, blurred ? dst.get() : src.get(), dst.get(), nullptr);
+    if (r != 0 && !blurred) passThrough(src.get(), dst.get());
+    return r;
+}
+
+}  // namespace
+
+extern "C" {
+
+OX_API oxTiltShiftParams* oxTiltShiftParamsDefault(void) {
+    auto* p = allocateRecord<oxTiltShiftParams>();
+    if (p) *p = {1024, 0.2f, 0.0, static_cast<double>(0.3f), 1.0, static_cast<double>(0.3f)};
+    return p;
+}
+
+OX_API void oxTiltShiftParamsRelease(oxTiltShiftParams** params) {
+    if (!params || !*params) return;
+    std::free(*params);
+    *params = nullptr;
+}
+
+OX_API int32_t oxTiltShiftFilter(const oxTiltShiftParams* params, const oxImage* src, oxImage* dst) {
+    if (!params || !src || !dst) return 1;
+    return tiltShift(*params, src, dst);
+}
+
+OX_API int32_t oxYewTiltShift(int32_t width, int32_t height, const uint8_t* srcPixels, uint8_t* dstPixels,
+                              float strength, float lensAmount, float ax, float ay, float bx, float by) {
+    if (width < 0 || height < 0 || !srcPixels || !dstPixels) return 1;
+    return yewTiltShift(width, height, srcPixels, dstPixels, strength, lensAmount, {clampPoint(ax), clampPoint(ay)},
+                        {clampPoint(bx), clampPoint(by)});
+}
+
+}  // extern "C"

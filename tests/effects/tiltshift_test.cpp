@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "effects/detail/focus_mask_row.hpp"
+#include "support/test_support.hpp"
+
+using namespace oxtest;
+
+// 127.5 truncates; the fused sum gives 90 (separate products 89). Then the
+// rows (vectorised where possible, box-limited) against the formula.
+TEST(FocusMask, WorkedValuesAndFormula) {
+    Image m = make(24, 202, OX_GRAY);
+    const oxFocusMaskParams whole{0, 0, 1, 1};
+    EXPECT_EQ(oxFocusMaskFill(&whole, m.get()) + m->data[101 * 24 + 18], 127);
+    EXPECT_EQ(m->data[151 * 24 + 7], 90);
+    std::mt19937 rng(3);
+    std::uniform_real_distribution<float> frac(-0.6f, 1.6f);
+    for (int32_t w : {1, 3, 7, 17, 1031})
+        for (int32_t h = 1; h < 40; h += 3) {
+            const oxFocusMaskParams b{frac(rng), frac(rng), frac(rng), frac(rng)};
+            m = make(w, h, OX_GRAY);
+            ASSERT_EQ(oxFocusMaskFill(&b, m.get()), 0);
+            const int32_t x0 = int32_t(b.x0 * float(w)), x1 = int32_t(b.x1 * float(w));
+            const int32_t y0 = int32_t(b.y0 * float(h)), y1 = int32_t(b.y1 * float(h));
+            for (int32_t i = 0; i < w * h; ++i) {
+                const float dx = float(i % w - ((x0 + x1) >> 1)) / float((x1 - x0) >> 1);
+                const float dy = float(i / w - ((y0 + y1) >> 1)) / float((y1 - y0) >> 1);
+                ASSERT_EQ(m->data[i], ox::detail::focus::maskByte(dx, dy * dy)) << w << "x" << h << " at " << i;
+            }
+        }
+}
+
+// Default points: mask 0 (NaN on its centre row), only the blur. 256 x 199 (199.68), radius 2 (2.56).
+TEST(TiltShiftFilter, DefaultPointsGiveTheBlurEverywhere) {
+    oxTiltShiftParams* p = oxTiltShiftParamsDefault();
+    EXPECT_TRUE(p->ay == 0.30000001192092896 && p->by == p->ay && p->strength == 0.2f);
+    p->maxSize = 256;
+    Image src = noise(50, 39, OX_BGR, OX_8U, 7), dst = make(50, 39, OX_BGR);
+    Image work = make(256, 199, OX_BGR), expected = make(50, 39, OX_BGR);
+    Kernel k(oxSepKernelGaussian(2));
+    oxResize(src.get(), work.get(), 0, nullptr), oxSeparableConvolutionFilter(work.get(), work.get(), k.get());
+    oxResize(work.get(), expected.get(), 0, nullptr);
+    EXPECT_TRUE(oxTiltShiftFilter(p, src.get(), dst.get()) == 0 && bytesOf(dst.get()) == bytesOf(expected.get()));
+    oxTiltShiftParamsRelease(&p);
+}
+
+// No lens: an exact copy unless trunc(strength * 51.2) >= 1 and the kernel fits (3 x 1000 works at 3 x 1024).
+TEST(YewTiltShift, SkippedOrFailedBlurCopiesTheSource) {
+    struct Case { int32_t w, h; float strength; bool copy; } cases[] = {{40, 30, 0.0f, true}, {40, 30, 0.0195f, true},
+        {40, 30, 0.01953125f, false}, {3, 1000, 0.3f, true}, {3, 1000, 0.02f, false}, {40, 30, NAN, true}};
+    for (const Case& c : cases) {
+        Image src = noise(c.w, c.h, OX_BGR, OX_8U, 3), dst = make(c.w, c.h, OX_BGR);
+        EXPECT_EQ(oxYewTiltShift(c.w, c.h, src->data, dst->data, c.strength, 0, 0.2f, 0.4f, 0.8f, 0.6f), 0);
+        EXPECT_EQ(bytesOf(dst.get()) == bytesOf(src.get()), c.copy) << c.w << "x" << c.h << " " << c.strength;
+    }
+    uint8_t px[3] = {1, 2, 3};
+    for (auto [w, h, in, out] : {std::tuple{-1, 1, px, px}, {1, -1, px, px}, {1, 1, nullptr, px}, {1, 1, px, nullptr}})
+        EXPECT_EQ(oxYewTiltShift(w, h, in, out, 0, 0, 0, 0, 1, 1), 1);
+}
+
+// A status, no stray access (sanitizer build), a destination independent of its old bytes. Blurs run
+// at 1024 pixels (tiny images at 1024 x 1024), so only a few are tried.
+TEST(YewTiltShift, SizeAndParameterSweep) {
+    const std::pair<int32_t, int32_t> sizes[] = {{0, 0}, {1, 1}, {2, 2}, {3, 1000}, {1000, 3}, {5000, 2}, {0, 7}};
+    const float strengths[] = {NAN, -INFINITY, -1.0f, 0.0f, 0.0195f, 1e30f, INFINITY, 0.02f, 0.3f};
+    const float lenses[] = {0.2f, 0.0f, -3.0f, NAN, INFINITY, 1e9f};
+    const float points[][4] = {{0.2f, 0.4f, 0.8f, 0.6f}, {NAN, INFINITY, -INFINITY, 5.0f}, {0.5f, 0.5f, 0.5f, 0.5f}};
+    for (auto [w, h] : sizes) {
+        const std::vector<uint8_t> src = bytesOf(noise(w, h, OX_BGR, OX_8U, 11).get());
+        for (size_t i = 0; i < std::size(strengths) * std::size(lenses); ++i) {
+            const float s = strengths[i % 9], lens = lenses[i / 9], *pt = points[(i + i / 9) % 3];
+            if ((s == 0.02f || s == 0.3f) && (lens != 0.2f || (s == 0.3f && w * h < 16))) continue;
+            std::vector<uint8_t> zeros(src.size(), 0), ones(src.size(), 0xFF);
+            const int32_t first = oxYewTiltShift(w, h, src.data(), zeros.data(), s, lens, pt[0], pt[1], pt[2], pt[3]);
+            const int32_t second = oxYewTiltShift(w, h, src.data(), ones.data(), s, lens, pt[0], pt[1], pt[2], pt[3]);
+            ASSERT_TRUE((first == 0 || first == 1) && first == second && zeros == ones)
+                << w << "x" << h << " s=" << s << " lens=" << lens;
+        }
+    }
+}

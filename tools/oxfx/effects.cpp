@@ -63,7 +63,7 @@ const Effect* findEffect(std::string_view name) {
 
 Values defaultValues(const Effect& effect) {
     Values values;
-    for (const OptionSpec& spec : effect.options) values[spec.name] = spec.defaultValue;
+    for (const Option& opt : effect.options) values[opt.name] = opt.defaultValue;
     return values;
 }
 

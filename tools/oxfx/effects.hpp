@@ -14,7 +14,7 @@ namespace oxfx {
 struct Effect {
     const char* name;
     const char* summary;
-    std::vector<OptionSpec> options;
+    std::vector<Option> options;
     // Runs the entry point from `in` into `out` (same size, packed
     // blue-green-red); returns its status, 0 on success.
     int32_t (*run)(const oxio::Picture& in, uint8_t* out, const Values& values);

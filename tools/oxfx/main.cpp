@@ -22,7 +22,7 @@ constexpr int kFailed = 1;
 constexpr int kUsage = 2;
 
 // Options every effect command takes besides its own.
-const std::vector<oxfx::OptionSpec> kCommonOptions = {
+const std::vector<oxfx::Option> kCommonOptions = {
     {"quality", "N", "JPEG quality of the output", oxfx::Kind::Whole, 90, 1, 100},
     {"jobs", "N", "files processed at once in batch mode; 0 is one per core", oxfx::Kind::Whole, 0, 0, 1024},
 };

@@ -10,9 +10,9 @@ namespace {
 
 std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
 
-const OptionSpec* findSpec(const std::vector<OptionSpec>& specs, std::string_view name) {
-    for (const OptionSpec& spec : specs)
-        if (name == spec.name) return &spec;
+const Option* findOption(const std::vector<Option>& options, std::string_view name) {
+    for (const Option& opt : options)
+        if (name == opt.name) return &opt;
     return nullptr;
 }
 
@@ -28,14 +28,14 @@ std::string formatNumber(double value) {
     return text;
 }
 
-bool parseValue(const OptionSpec& spec, std::string_view text, double& value, std::string& error) {
-    const std::string option = std::string("--") + spec.name;
+bool parseValue(const Option& opt, std::string_view text, double& value, std::string& error) {
+    const std::string option = std::string("--") + opt.name;
     std::string_view digits = text;
     if (!digits.empty() && digits.front() == '+') digits.remove_prefix(1);
     const char* first = digits.data();
     const char* last = first + digits.size();
     std::from_chars_result result{};
-    if (spec.kind == Kind::Whole) {
+    if (opt.kind == Kind::Whole) {
         long long whole = 0;
         result = std::from_chars(first, last, whole);
         value = static_cast<double>(whole);
@@ -46,7 +46,7 @@ bool parseValue(const OptionSpec& spec, std::string_view text, double& value, st
     }
     if (digits.empty() || result.ptr != last || result.ec == std::errc::invalid_argument) {
         float probe = 0;
-        const bool isReal = spec.kind == Kind::Whole && !digits.empty() &&
+        const bool isReal = opt.kind == Kind::Whole && !digits.empty() &&
                             std::from_chars(first, last, probe).ptr == last;
         error = option + ": " + quoted(text) + (isReal ? " is not a whole number" : " is not a number");
         return false;
@@ -55,9 +55,9 @@ bool parseValue(const OptionSpec& spec, std::string_view text, double& value, st
         error = option + ": " + quoted(text) + " is not a finite number";
         return false;
     }
-    if (result.ec == std::errc::result_out_of_range || value < spec.min || value > spec.max) {
-        error = option + ": " + std::string(text) + " is out of range (" + formatNumber(spec.min) + " to " +
-                formatNumber(spec.max) + ")";
+    if (result.ec == std::errc::result_out_of_range || value < opt.min || value > opt.max) {
+        error = option + ": " + std::string(text) + " is out of range (" + formatNumber(opt.min) + " to " +
+                formatNumber(opt.max) + ")";
         return false;
     }
     return true;
@@ -65,7 +65,7 @@ bool parseValue(const OptionSpec& spec, std::string_view text, double& value, st
 
 bool parseCommandLine(const std::vector<std::string>& args, const Syntax& syntax, CommandLine& out, std::string& error) {
     out = CommandLine{};
-    for (const OptionSpec& spec : syntax.numbers) out.values[spec.name] = spec.defaultValue;
+    for (const Option& opt : syntax.numbers) out.values[opt.name] = opt.defaultValue;
     bool optionsEnded = false;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
@@ -95,8 +95,8 @@ bool parseCommandLine(const std::vector<std::string>& args, const Syntax& syntax
             out.switches.push_back(name);
             continue;
         }
-        const OptionSpec* spec = findSpec(syntax.numbers, name);
-        if (!spec && !contains(syntax.texts, name)) {
+        const Option* opt = findOption(syntax.numbers, name);
+        if (!opt && !contains(syntax.texts, name)) {
             error = "unknown option --" + name;
             return false;
         }
@@ -109,24 +109,24 @@ bool parseCommandLine(const std::vector<std::string>& args, const Syntax& syntax
             error = "--" + name + " needs a value";
             return false;
         }
-        if (!spec) {
+        if (!opt) {
             out.texts[name] = text;
             continue;
         }
-        if (!parseValue(*spec, text, out.values[name], error)) return false;
+        if (!parseValue(*opt, text, out.values[name], error)) return false;
     }
     return true;
 }
 
 bool hasSwitch(const CommandLine& line, std::string_view name) { return contains(line.switches, name); }
 
-std::string describeOptions(const std::vector<OptionSpec>& specs) {
+std::string describeOptions(const std::vector<Option>& options) {
     std::string text;
-    for (const OptionSpec& spec : specs) {
-        std::string head = std::string("  --") + spec.name + " " + spec.meta;
+    for (const Option& opt : options) {
+        std::string head = std::string("  --") + opt.name + " " + opt.meta;
         head.resize(std::max<size_t>(head.size() + 2, 22), ' ');
-        text += head + spec.help + " (" + formatNumber(spec.min) + " to " + formatNumber(spec.max) +
-                "; default " + formatNumber(spec.defaultValue) + ")\n";
+        text += head + opt.help + " (" + formatNumber(opt.min) + " to " + formatNumber(opt.max) +
+                "; default " + formatNumber(opt.defaultValue) + ")\n";
     }
     return text;
 }

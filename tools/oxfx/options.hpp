@@ -13,7 +13,7 @@ enum class Kind { Whole, Real };
 
 // One numeric option. Real values are parsed straight into a float, the
 // type the entry points take, so "0.3" means exactly the float 0.3f.
-struct OptionSpec {
+struct Option {
     const char* name;  // without the leading dashes
     const char* meta;  // placeholder shown in --help: N, X
     const char* help;
@@ -25,9 +25,9 @@ struct OptionSpec {
 
 using Values = std::map<std::string, double, std::less<>>;
 
-// Parses the text given for `spec`. On failure returns false and a one-line
+// Parses the text given for `opt`. On failure returns false and a one-line
 // message that names the option.
-bool parseValue(const OptionSpec& spec, std::string_view text, double& value, std::string& error);
+bool parseValue(const Option& opt, std::string_view text, double& value, std::string& error);
 
 struct CommandLine {
     std::vector<std::string> paths;
@@ -38,7 +38,7 @@ struct CommandLine {
 };
 
 struct Syntax {
-    std::vector<OptionSpec> numbers;
+    std::vector<Option> numbers;
     std::vector<std::string> texts;     // options that take a text, such as a path
     std::vector<std::string> switches;  // options without a value
 };
@@ -53,6 +53,6 @@ bool hasSwitch(const CommandLine& line, std::string_view name);
 std::string formatNumber(double value);
 
 // The help lines of the options: "  --name X   help (min to max; default d)".
-std::string describeOptions(const std::vector<OptionSpec>& specs);
+std::string describeOptions(const std::vector<Option>& options);
 
 }  // namespace oxfx

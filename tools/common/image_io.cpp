@@ -8,6 +8,8 @@
 #include <memory>
 
 #include <jpeglib.h>
+// jerror.h needs jpeglib.h first.
+#include <jerror.h>
 #include <png.h>
 
 namespace oxio {
@@ -71,6 +73,7 @@ struct JpegError {
     jpeg_error_mgr mgr;
     std::jmp_buf jump;
     char message[JMSG_LENGTH_MAX];
+    bool damaged;  // a warning said pixels are missing or garbled
 };
 
 void jpegErrorExit(j_common_ptr cinfo) {
@@ -79,14 +82,25 @@ void jpegErrorExit(j_common_ptr cinfo) {
     std::longjmp(err->jump, 1);
 }
 
-void jpegSilence(j_common_ptr, int) {}
+// The decoder only warns when a file ends early or its data is garbled, and
+// then fills in grey; such a picture is refused rather than processed.
+// Harmless warnings, such as stray bytes between markers, stay silent.
+void jpegWarning(j_common_ptr cinfo, int level) {
+    auto* err = reinterpret_cast<JpegError*>(cinfo->err);
+    if (level >= 0 || err->damaged) return;
+    const int code = cinfo->err->msg_code;
+    if (code == JWRN_JPEG_EOF || code == JWRN_HIT_MARKER || code == JWRN_HUFF_BAD_CODE || code == JWRN_MUST_RESYNC) {
+        cinfo->err->format_message(cinfo, err->message);
+        err->damaged = true;
+    }
+}
 
 // Kept free of objects with destructors between setjmp and longjmp.
 bool readJpegInto(FILE* f, Picture& out, JpegError& err) {
     jpeg_decompress_struct cinfo;
     cinfo.err = jpeg_std_error(&err.mgr);
     err.mgr.error_exit = jpegErrorExit;
-    err.mgr.emit_message = jpegSilence;
+    err.mgr.emit_message = jpegWarning;
     if (setjmp(err.jump)) {
         jpeg_destroy_decompress(&cinfo);
         return false;
@@ -110,7 +124,7 @@ bool readJpegInto(FILE* f, Picture& out, JpegError& err) {
     }
     jpeg_finish_decompress(&cinfo);
     jpeg_destroy_decompress(&cinfo);
-    return true;
+    return !err.damaged;
 }
 
 bool readJpeg(const std::string& path, Picture& out, std::string& error) {
@@ -121,7 +135,7 @@ bool readJpeg(const std::string& path, Picture& out, std::string& error) {
     }
     JpegError err{};
     if (!readJpegInto(f.get(), out, err)) {
-        error = path + ": corrupt JPEG data (" + err.message + ")";
+        error = path + ": cannot decode JPEG (" + err.message + ")";
         return false;
     }
     return true;
@@ -131,7 +145,7 @@ bool writeJpegTo(FILE* f, const Picture& p, int quality, JpegError& err) {
     jpeg_compress_struct cinfo;
     cinfo.err = jpeg_std_error(&err.mgr);
     err.mgr.error_exit = jpegErrorExit;
-    err.mgr.emit_message = jpegSilence;
+    err.mgr.emit_message = jpegWarning;
     if (setjmp(err.jump)) {
         jpeg_destroy_compress(&cinfo);
         return false;

@@ -185,7 +185,7 @@ TEST_F(OxfxTest, BatchOverAFolderProcessesEveryGoodFileDespiteACorruptOne) {
     // Different sizes tell whether each output came from its own input.
     writePicture("in/a.png", 17, 9);
     writePicture("in/b.jpg", 23, 11);
-    writePicture("in/c.png", 31, 7);
+    writePicture("in/c.png", 31, 8);
     writeBytes("in/broken.png", "\x89PNG\r\n\x1a\n garbage");
     writeBytes("in/notes.txt", "skipped: not a picture");
     const Result r = oxfx({"enhance", "in", "out", "--jobs", "2"});
@@ -193,7 +193,7 @@ TEST_F(OxfxTest, BatchOverAFolderProcessesEveryGoodFileDespiteACorruptOne) {
     EXPECT_EQ(listing("out"), (std::set<std::string>{"a.png", "b.jpg", "c.png"}));
     expectPicture("out/a.png", 17, 9);
     expectPicture("out/b.jpg", 23, 11);
-    expectPicture("out/c.png", 31, 7);
+    expectPicture("out/c.png", 31, 8);
     EXPECT_EQ(lineCount(r.err), 1u) << r.err;
     EXPECT_NE(r.err.find("broken.png"), std::string::npos) << r.err;
     EXPECT_NE(r.out.find("3 done, 1 failed"), std::string::npos) << r.out;

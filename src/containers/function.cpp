@@ -27,11 +27,7 @@ OX_API oxFunction* oxFunctionCreate(int32_t count) {
     return f;
 }
 
-OX_API void oxFunctionReleaseHeader(oxFunction** f) {
-    if (!f || !*f) return;
-    std::free(*f);
-    *f = nullptr;
-}
+OX_API void oxFunctionReleaseHeader(oxFunction** f) { releaseRecord(f); }
 
 OX_API void oxFunctionRelease(oxFunction** f) {
     if (!f || !*f) return;

@@ -280,11 +280,7 @@ OX_API oxBlurParams* oxBlurParamsDefault(void) {
     return p;
 }
 
-OX_API void oxBlurParamsRelease(oxBlurParams** params) {
-    if (!params || !*params) return;
-    std::free(*params);
-    *params = nullptr;
-}
+OX_API void oxBlurParamsRelease(oxBlurParams** params) { releaseRecord(params); }
 
 OX_API uint64_t oxBlurGetTempBufferSize(const oxImage* image) { return image ? tempBytes(image) : 0; }
 
@@ -297,13 +293,10 @@ OX_API int32_t oxBlurFilterOpt(const oxBlurParams* params, const oxImage* src, o
 OX_API int32_t oxBlurFilter(const oxBlurParams* params, const oxImage* src, oxImage* dst,
                             const volatile int32_t* abortFlag) {
     if (!params || !src || !dst) return code(Status::Refused);
-    const uint64_t bytes = tempBytes(src);
-    if (bytes > SIZE_MAX) return code(Status::Refused);
     // Zeroed, so that a plane the channel copy only partly fills (a source
     // ROI smaller than the image) holds no indeterminate bytes.
-    Buffer buffer = bytes ? allocateZeroed(static_cast<size_t>(bytes)) : Buffer();
-    if (bytes && !buffer) return code(Status::Refused);
-    return code(blurOpt(*params, src, dst, abortFlag, buffer.get()));
+    return withScratch(tempBytes(src), true,
+                       [&](uint8_t* buffer) { return code(blurOpt(*params, src, dst, abortFlag, buffer)); });
 }
 
 OX_API int32_t oxBlurFilter1C(const oxBlurParams* params, const oxImage* src, oxImage* dst,

@@ -106,14 +106,7 @@ extern "C" {
 OX_API uint64_t oxSeparableConvolutionGetTempBufferSize(const oxImage* image) { return tempBufferSize(image); }
 
 OX_API int32_t oxSeparableConvolutionFilter(const oxImage* src, oxImage* dst, const oxSepKernel* kernel) {
-    const uint64_t size = tempBufferSize(src);
-    Buffer buffer;
-    if (size > 0) {
-        if (size > SIZE_MAX) return 1;
-        buffer = allocateBuffer(static_cast<size_t>(size));
-        if (!buffer) return 1;
-    }
-    return filterOpt(src, dst, kernel, buffer.get());
+    return withScratch(tempBufferSize(src), false, [&](uint8_t* buffer) { return filterOpt(src, dst, kernel, buffer); });
 }
 
 OX_API int32_t oxSeparableConvolutionFilterOpt(const oxImage* src, oxImage* dst, const oxSepKernel* kernel,

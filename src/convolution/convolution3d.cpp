@@ -183,14 +183,8 @@ OX_API uint64_t oxSeparableConvolutionGetTempBufferSize3D(const oxVolume* volume
 }
 
 OX_API int32_t oxSeparableConvolutionFilter3D(const oxVolume* src, oxVolume* dst, oxSepKernel* kernel) {
-    const uint64_t size = oxSeparableConvolutionGetTempBufferSize3D(src);
-    Buffer buffer;
-    if (size > 0) {
-        if (size > SIZE_MAX) return 1;
-        buffer = allocateBuffer(static_cast<size_t>(size));
-        if (!buffer) return 1;
-    }
-    return filterOpt(src, dst, kernel, buffer.get());
+    return withScratch(oxSeparableConvolutionGetTempBufferSize3D(src), false,
+                       [&](uint8_t* buffer) { return filterOpt(src, dst, kernel, buffer); });
 }
 
 OX_API int32_t oxSeparableConvolutionFilterOpt3D(const oxVolume* src, oxVolume* dst, oxSepKernel* kernel,

@@ -120,7 +120,7 @@ OX_API oxColorCorrectionStats* oxColorCorrectionStatsCreate(void) {
     return allocateRecord<oxColorCorrectionStats>();
 }
 
-OX_API void oxColorCorrectionStatsRelease(oxColorCorrectionStats** stats) { releaseHeapRecord(stats); }
+OX_API void oxColorCorrectionStatsRelease(oxColorCorrectionStats** stats) { releaseRecord(stats); }
 
 OX_API void oxColorCorrectionStatsInit(oxColorCorrectionStats* stats) {
     if (stats != nullptr) *stats = {0.0f, 0.0f, 0.0f};

@@ -134,11 +134,11 @@ OX_API oxContrastEnhanceParams* oxContrastEnhanceParamsDefault(void) {
     return p;
 }
 
-OX_API void oxContrastEnhanceParamsRelease(oxContrastEnhanceParams** params) { releaseHeapRecord(params); }
+OX_API void oxContrastEnhanceParamsRelease(oxContrastEnhanceParams** params) { releaseRecord(params); }
 
 OX_API oxContrastEnhanceStats* oxContrastEnhanceStatsCreate(void) { return allocateRecord<oxContrastEnhanceStats>(); }
 
-OX_API void oxContrastEnhanceStatsRelease(oxContrastEnhanceStats** stats) { releaseHeapRecord(stats); }
+OX_API void oxContrastEnhanceStatsRelease(oxContrastEnhanceStats** stats) { releaseRecord(stats); }
 
 OX_API void oxContrastEnhanceStatsInit(oxContrastEnhanceStats* stats, const oxImage* image) {
     if (stats != nullptr && image != nullptr) emptyStats(*stats, image);

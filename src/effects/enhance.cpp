@@ -126,7 +126,7 @@ OX_API oxEnhanceParams* oxEnhanceParamsDefault(void) {
     return p;
 }
 
-OX_API void oxEnhanceParamsRelease(oxEnhanceParams** params) { releaseHeapRecord(params); }
+OX_API void oxEnhanceParamsRelease(oxEnhanceParams** params) { releaseRecord(params); }
 
 OX_API oxEnhanceParamsInner* oxEnhanceParamsInnerCreate(void) {
     return createStageSet({oxContrastEnhanceParamsDefault, oxTransferEnhanceParamsDefault, oxFillLightParamsDefault,

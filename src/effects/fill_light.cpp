@@ -63,7 +63,7 @@ OX_API oxFillLightParams* oxFillLightParamsDefault(void) {
     return p;
 }
 
-OX_API void oxFillLightParamsRelease(oxFillLightParams** params) { releaseHeapRecord(params); }
+OX_API void oxFillLightParamsRelease(oxFillLightParams** params) { releaseRecord(params); }
 
 OX_API int32_t oxFillLight(const oxFillLightParams* params, const oxImage* base, const oxImage* light,
                            oxImage* destination, const volatile int32_t* abortFlag) {

@@ -113,11 +113,7 @@ OX_API oxFocusMaskParams* oxFocusMaskParamsDefault(void) {
     return p;
 }
 
-OX_API void oxFocusMaskParamsRelease(oxFocusMaskParams** params) {
-    if (!params || !*params) return;
-    std::free(*params);
-    *params = nullptr;
-}
+OX_API void oxFocusMaskParamsRelease(oxFocusMaskParams** params) { releaseRecord(params); }
 
 OX_API int32_t oxFocusMaskFill(const oxFocusMaskParams* params, oxImage* image) {
     if (!params || !image) return 1;

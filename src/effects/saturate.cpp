@@ -126,11 +126,7 @@ OX_API oxSaturateParams* oxSaturateParamsDefault(void) {
     return p;
 }
 
-OX_API void oxSaturateParamsRelease(oxSaturateParams** params) {
-    if (!params) return;
-    std::free(*params);
-    *params = nullptr;
-}
+OX_API void oxSaturateParamsRelease(oxSaturateParams** params) { releaseRecord(params); }
 
 OX_API int32_t oxSaturateFilter(const oxSaturateParams* params, const oxImage* src, oxImage* dst,
                                 const volatile int32_t* abortFlag) {

@@ -212,11 +212,7 @@ OX_API oxHighBoostParams* oxHighBoostParamsDefault(void) {
     return p;
 }
 
-OX_API void oxHighBoostParamsRelease(oxHighBoostParams** params) {
-    if (!params || !*params) return;
-    std::free(*params);
-    *params = nullptr;
-}
+OX_API void oxHighBoostParamsRelease(oxHighBoostParams** params) { releaseRecord(params); }
 
 OX_API int32_t oxHighBoostFilter(const oxHighBoostParams* params, const oxImage* src, oxImage* dst,
                                  const volatile int32_t* abortFlag) {
@@ -230,11 +226,7 @@ OX_API oxSharpenParams* oxSharpenParamsDefault(void) {
     return p;
 }
 
-OX_API void oxSharpenParamsRelease(oxSharpenParams** params) {
-    if (!params || !*params) return;
-    std::free(*params);
-    *params = nullptr;
-}
+OX_API void oxSharpenParamsRelease(oxSharpenParams** params) { releaseRecord(params); }
 
 OX_API int32_t oxSharpenFilter(const oxSharpenParams* params, const oxImage* src, const oxImage* mask, oxImage* dst,
                                const volatile int32_t* abortFlag) {

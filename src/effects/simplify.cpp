@@ -147,11 +147,7 @@ OX_API oxSimplifyParams* oxSimplifyParamsDefault(void) {
     return p;
 }
 
-OX_API void oxSimplifyParamsRelease(oxSimplifyParams** params) {
-    if (!params) return;
-    std::free(*params);
-    *params = nullptr;
-}
+OX_API void oxSimplifyParamsRelease(oxSimplifyParams** params) { releaseRecord(params); }
 
 OX_API int32_t oxSimplify(const oxImage* src, oxImage* dst, const oxSimplifyParams* params,
                           const volatile int32_t* abortFlag) {

@@ -136,11 +136,7 @@ OX_API oxTiltShiftParams* oxTiltShiftParamsDefault(void) {
     return p;
 }
 
-OX_API void oxTiltShiftParamsRelease(oxTiltShiftParams** params) {
-    if (!params || !*params) return;
-    std::free(*params);
-    *params = nullptr;
-}
+OX_API void oxTiltShiftParamsRelease(oxTiltShiftParams** params) { releaseRecord(params); }
 
 OX_API int32_t oxTiltShiftFilter(const oxTiltShiftParams* params, const oxImage* src, oxImage* dst) {
     if (!params || !src || !dst) return 1;

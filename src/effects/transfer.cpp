@@ -108,11 +108,11 @@ OX_API oxTransferEnhanceParams* oxTransferEnhanceParamsDefault(void) {
     return p;
 }
 
-OX_API void oxTransferEnhanceParamsRelease(oxTransferEnhanceParams** params) { releaseHeapRecord(params); }
+OX_API void oxTransferEnhanceParamsRelease(oxTransferEnhanceParams** params) { releaseRecord(params); }
 
 OX_API oxTransferEnhanceStats* oxTransferEnhanceStatsCreate(void) { return allocateRecord<oxTransferEnhanceStats>(); }
 
-OX_API void oxTransferEnhanceStatsRelease(oxTransferEnhanceStats** stats) { releaseHeapRecord(stats); }
+OX_API void oxTransferEnhanceStatsRelease(oxTransferEnhanceStats** stats) { releaseRecord(stats); }
 
 OX_API void oxTransferEnhanceStatsInit(oxTransferEnhanceStats* stats, const oxImage* image) {
     if (stats != nullptr && image != nullptr) initStats(*stats, image);

@@ -229,11 +229,7 @@ OX_API oxLensDistortionParams* oxLensDistortionParamsDefault(void) {
     return p;
 }
 
-OX_API void oxLensDistortionParamsRelease(oxLensDistortionParams** params) {
-    if (!params || !*params) return;
-    std::free(*params);
-    *params = nullptr;
-}
+OX_API void oxLensDistortionParamsRelease(oxLensDistortionParams** params) { releaseRecord(params); }
 
 OX_API int32_t oxLensDistortionFilter(const oxLensDistortionParams* params, const oxImage* src, oxImage* dst,
                                       const volatile int32_t* abortFlag) {

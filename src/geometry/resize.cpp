@@ -305,10 +305,8 @@ OX_API int32_t oxResize(const oxImage* src, oxImage* dst, int32_t mode, const vo
     if (!src || !dst) return code(Status::Refused);
     if (mode == -1) return code(resizeNearest(src, dst));
     const uint64_t bytes = tempBytes(src, dst, mode);
-    if (bytes > UINT32_MAX) return code(Status::Refused);
-    Buffer buffer = bytes ? allocateBuffer(static_cast<size_t>(bytes)) : Buffer();
-    if (bytes && !buffer) return code(Status::Refused);
-    return code(resizeOpt(src, dst, mode, buffer.get()));
+    if (bytes > UINT32_MAX) return code(Status::Refused);  // beyond what the size query can report
+    return withScratch(bytes, false, [&](uint8_t* buffer) { return code(resizeOpt(src, dst, mode, buffer)); });
 }
 
 OX_API int32_t oxResizeOpt(const oxImage* src, oxImage* dst, int32_t mode, const volatile int32_t* reserved,

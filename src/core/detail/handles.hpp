@@ -3,6 +3,7 @@
 // release functions; raw buffers with free().
 #pragma once
 
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 
@@ -33,5 +34,26 @@ inline Buffer allocateZeroed(size_t bytes) noexcept { return Buffer(static_cast<
 // Zero-filled record on the C heap, so that the C release functions can
 // free it with free().
 template <class T> T* allocateRecord() noexcept { return static_cast<T*>(std::calloc(1, sizeof(T))); }
+
+// The release function of every plain record: frees it and nulls the
+// caller's pointer; a null address or pointer is ignored.
+template <class T> void releaseRecord(T** record) noexcept {
+    if (record == nullptr) return;
+    std::free(*record);
+    *record = nullptr;
+}
+
+// The scratch-buffer pattern of the allocating filters: allocate `bytes`
+// (nothing when 0), run opt(buffer), free it. 1 when the allocation fails or
+// the size cannot be allocated at all.
+template <class F> int32_t withScratch(uint64_t bytes, bool zeroed, F&& opt) {
+    Buffer buffer;
+    if (bytes > 0) {
+        if (bytes > SIZE_MAX) return 1;
+        buffer = zeroed ? allocateZeroed(static_cast<size_t>(bytes)) : allocateBuffer(static_cast<size_t>(bytes));
+        if (!buffer) return 1;
+    }
+    return opt(buffer.get());
+}
 
 }  // namespace ox::detail

@@ -25,13 +25,6 @@ namespace ox::detail {
 
 template <class T> using HeapRecord = std::unique_ptr<T, FreeDeleter>;
 
-// The release functions of the stages' records: free and null the caller's
-// pointer; a null address or pointer is ignored.
-template <class T> void releaseHeapRecord(T** record) noexcept {
-    if (record == nullptr) return;
-    std::free(*record);
-    *record = nullptr;
-}
 
 template <class Stage>
 int32_t runStageFilter(const typename Stage::Params* params, const oxImage* source, const oxImage* weights,

@@ -84,12 +84,8 @@ int32_t filterOpt(const oxImage* src, oxImage* dst, const oxSepKernel* kernel, u
     if (oxImageHaveUncompatibleEncodings(src, dst)) return 1;
     if (!oxSepKernelCheckForImage(kernel, src)) return 1;
     KernelPtr normalized;
-    const oxSepKernel* k = kernel;
-    if (kernel->normalize == 1 && kernel->isNormalized == 0) {
-        normalized.reset(oxSepKernelGetNormalizedKernel(kernel));
-        if (!normalized) return 1;
-        k = normalized.get();
-    }
+    const oxSepKernel* k = workingKernel(kernel, normalized);
+    if (!k) return 1;
     if (!k->kernelX || !k->kernelY) return 1;
     const bool symX = isSymmetric(k->kernelX, k->radiusX), symY = isSymmetric(k->kernelY, k->radiusY);
     switch (src->type) {

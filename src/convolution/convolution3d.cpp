@@ -118,12 +118,8 @@ template <class T> int32_t filterAs(const oxVolume* src, oxVolume* dst, oxSepKer
     if (dst->width != src->width || dst->height != src->height || dst->depth != src->depth) return 1;
     if (!oxSepKernelCheckForVolume(kernel, src) || oxSepKernelPreComputePadding3D(kernel, src) != 0) return 1;
     KernelPtr normalized;
-    const oxSepKernel* k = kernel;
-    if (kernel->normalize == 1 && kernel->isNormalized == 0) {
-        normalized.reset(oxSepKernelGetNormalizedKernel(kernel));
-        if (!normalized) return 1;
-        k = normalized.get();
-    }
+    const oxSepKernel* k = workingKernel(kernel, normalized);
+    if (!k) return 1;
     if (!k->kernelX || !k->kernelY || !k->kernelZ) return 1;
     // The normalised copy has the caller's radii and border, so the
     // caller's tables serve it.

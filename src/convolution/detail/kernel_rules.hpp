@@ -12,6 +12,15 @@ namespace ox::detail {
 
 using KernelPtr = Owned<oxSepKernel, oxSepKernelRelease>;
 
+// The kernel a convolution works with: the caller's, or a normalised copy
+// (kept alive by `holder`) when it asks for normalising and is not
+// normalised yet. Null when it cannot be normalised.
+inline const oxSepKernel* workingKernel(const oxSepKernel* kernel, KernelPtr& holder) {
+    if (kernel->normalize != 1 || kernel->isNormalized != 0) return kernel;
+    holder.reset(oxSepKernelGetNormalizedKernel(kernel));
+    return holder.get();
+}
+
 // Largest radius whose length 2*r+1 is still an int32.
 constexpr int32_t kMaxKernelRadius = (INT32_MAX - 1) / 2;
 

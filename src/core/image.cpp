@@ -75,7 +75,7 @@ OX_API oxImage* oxImageCreateWithType(int32_t width, int32_t height, int32_t enc
     oxImage* img = oxImageCreateHeaderWithType(width, height, encoding, type);
     if (!img) return nullptr;
     const int64_t bytes = static_cast<int64_t>(height) * width * elementSize(type) * channelCount(encoding);
-    // Negative sizes are not validated by the contract; they must not turn
+    // Sizes are not validated here (callers may pass anything); they must not turn
     // into a huge unsigned request either.
     img->data = bytes < 0 ? nullptr : static_cast<uint8_t*>(std::malloc(static_cast<size_t>(bytes)));
     if (!img->data) {

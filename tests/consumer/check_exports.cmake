@@ -1,5 +1,5 @@
 # Fails when the library exports a defined dynamic symbol that is not one of
-# the contract's names.
+# the interface's names.
 execute_process(COMMAND nm -D --defined-only ${LIBRARY} OUTPUT_VARIABLE out RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "nm failed on ${LIBRARY}")

@@ -13,7 +13,10 @@ for p in "${photos[@]}"; do [ -s "$dest/$p" ] || have_all=0; done
 if [ "$have_all" = 0 ]; then
   work=$(mktemp -d)
   trap 'rm -rf "$work"' EXIT
-  if (cd "$work" && apt-get download python3-skimage >/dev/null 2>&1); then
+  download() { (cd "$work" && apt-get download python3-skimage >/dev/null 2>&1); }
+  # A fresh machine may have no package lists yet: refresh them once.
+  if ! download && [ "$(id -u)" -eq 0 ]; then apt-get update -qq >/dev/null 2>&1 || true; fi
+  if ls "$work"/python3-skimage_*.deb >/dev/null 2>&1 || download; then
     dpkg-deb -x "$work"/python3-skimage_*.deb "$work/x" 2>/dev/null
     for p in "${photos[@]}"; do
       f=$(find "$work/x" -path "*/skimage/data/$p" | head -n 1)

@@ -140,8 +140,7 @@ OX_API void oxEnhanceParamsInnerRelease(oxEnhanceParamsInner** inner) {
     oxFillLightParamsRelease(&set->fillLightParams);
     oxSharpenParamsRelease(&set->sharpenParams);
     oxTransferEnhanceParamsRelease(&set->transfer);
-    std::free(set);
-    *inner = nullptr;
+    releaseRecord(inner);
 }
 
 OX_API void oxEnhanceSetInnerParams(const oxEnhanceParams* params, oxEnhanceParamsInner* inner) {

@@ -9,6 +9,7 @@
 
 #include "containers/detail/volume_layout.hpp"
 #include "containers/detail/volume_read.hpp"
+#include "core/detail/invert.hpp"
 #include "core/detail/minmax.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/pixel_types.hpp"
@@ -252,9 +253,7 @@ OX_API int32_t oxVolumeInvert(const oxVolume* src, oxVolume* dst) {
     if (n < 0) return 1;
     if (n == 0) return 0;
     if (!src->data || !dst->data) return 1;
-    const uint8_t* s = src->data;
-    uint8_t* d = dst->data;
-    for (int64_t i = 0; i < n; ++i) d[i] = static_cast<uint8_t>(~s[i]);
+    invertBytes(src->data, dst->data, n);
     return 0;
 }
 

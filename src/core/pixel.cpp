@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "core/detail/image_view.hpp"
+#include "core/detail/invert.hpp"
 #include "core/detail/minmax.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/pixel_types.hpp"
@@ -126,19 +127,6 @@ template <int32_t Code> PixelType<Code> fillValue(double v) {
         return wrapTrunc<T>(v);
 }
 
-// Going through a local block lets the compiler use wide loads and stores
-// without proving that src and dst do not overlap (they may be one buffer).
-void invertFlat(const uint8_t* s, uint8_t* d, int64_t n) {
-    int64_t i = 0;
-    for (; i + kBlockBytes <= n; i += kBlockBytes) {
-        uint8_t b[kBlockBytes];
-        std::memcpy(b, s + i, kBlockBytes);
-        for (uint8_t& v : b) v = static_cast<uint8_t>(~v);
-        std::memcpy(d + i, b, kBlockBytes);
-    }
-    for (; i < n; ++i) d[i] = static_cast<uint8_t>(~s[i]);
-}
-
 }  // namespace
 
 extern "C" {
@@ -200,7 +188,7 @@ OX_API int32_t oxImageInvert(const oxImage* src, oxImage* dst) {
     const int64_t n = static_cast<int64_t>(src->width) * src->height;
     if (n <= 0) return 0;
     if (!src->data || !dst->data) return 1;
-    invertFlat(src->data, dst->data, n);
+    invertBytes(src->data, dst->data, n);
     return 0;
 }
 

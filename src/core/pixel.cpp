@@ -8,6 +8,7 @@
 #include "core/detail/image_view.hpp"
 #include "core/detail/invert.hpp"
 #include "core/detail/minmax.hpp"
+#include "core/detail/nonzero.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "ox_pixel.h"
@@ -73,22 +74,12 @@ struct Box {
     bool found = false;
 };
 
-// Per row, the first and the last counted column give the same box as a
-// pixel-by-pixel update of the four bounds.
 template <class T> Box nonZeroBox(const oxImage* img) {
     Box box;
-    auto counts = [](const uint8_t* p) {
-        T v;
-        std::memcpy(&v, p, sizeof v);
-        return v != T(0);  // a NaN counts, -0.0 does not
-    };
     for (int32_t y = 0; y < img->height; ++y) {
         const uint8_t* r = img->data + static_cast<int64_t>(y) * img->width * int64_t{sizeof(T)};
-        int32_t first = 0;
-        while (first < img->width && !counts(r + first * sizeof(T))) ++first;
-        if (first == img->width) continue;
-        int32_t last = img->width - 1;
-        while (!counts(r + last * sizeof(T))) --last;
+        int32_t first = 0, last = 0;
+        if (!nonZeroSpan<T>(r, img->width, first, last)) continue;
         box.minX = std::min(box.minX, first);
         box.maxX = std::max(box.maxX, last);
         box.minY = std::min(box.minY, y);

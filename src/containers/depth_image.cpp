@@ -37,17 +37,12 @@ OX_API oxDepthBasedImage* oxDepthBasedImageCreateHeader(const oxFrameDescriptor*
     return handle;
 }
 
-OX_API void oxDepthBasedImageReleaseHeader(oxDepthBasedImage** handle) {
-    if (!handle || !*handle) return;
-    std::free(*handle);
-    *handle = nullptr;
-}
+OX_API void oxDepthBasedImageReleaseHeader(oxDepthBasedImage** handle) { releaseRecord(handle); }
 
 OX_API void oxDepthBasedImageRelease(oxDepthBasedImage** handle) {
     if (!handle || !*handle) return;
     std::free((*handle)->data);
-    std::free(*handle);
-    *handle = nullptr;
+    releaseRecord(handle);
 }
 
 OX_API int32_t oxDepthBasedImageGetEncoding(const oxDepthBasedImage* handle) {

@@ -133,8 +133,7 @@ OX_API void oxVolumeReleaseHeader(oxVolume** volume) {
         for (int32_t k = v->depth - 1; k >= 0; --k) oxImageReleaseHeader(&v->planes[k]);
         std::free(v->planes);
     }
-    std::free(v);
-    *volume = nullptr;
+    releaseRecord(volume);
 }
 
 OX_API void oxVolumeRelease(oxVolume** volume) {
@@ -150,8 +149,7 @@ OX_API void oxVolumeReleaseWithSeparatePlanes(oxVolume** volume) {
         for (int32_t k = v->depth - 1; k >= 0; --k) oxImageRelease(&v->planes[k]);
         std::free(v->planes);
     }
-    std::free(v);
-    *volume = nullptr;
+    releaseRecord(volume);
 }
 
 OX_API const oxVolume* oxVolumeCvtTo32(const oxVolume* volume, oxVolume32* out32) {

@@ -2,9 +2,6 @@
 // elements plane after plane. Loading never trusts the header: its sizes
 // are checked for overflow, and a body is allocated only as far as the
 // stream can deliver it.
-#include <sys/types.h>
-
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
@@ -14,6 +11,7 @@
 #include "containers/detail/volume_layout.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/pixel_types.hpp"
+#include "core/detail/stream_read.hpp"
 #include "ox_volume.h"
 
 using namespace ox::detail;
@@ -24,7 +22,7 @@ static_assert(sizeof(oxVolume32) == 48, "the dump header is the 48-byte record")
 
 // First piece of a stream of unknown length; each further piece doubles
 // the buffer, so memory follows the bytes that really arrive.
-constexpr int64_t kFirstChunk = int64_t{1} << 14;
+constexpr size_t kFirstChunk = size_t{1} << 14;
 
 bool writeHeader(const oxVolume* v, FILE* stream) {
     oxVolume32 header;
@@ -33,43 +31,6 @@ bool writeHeader(const oxVolume* v, FILE* stream) {
 }
 
 bool readHeader(FILE* stream, oxVolume32& header) { return std::fread(&header, sizeof header, 1, stream) == 1; }
-
-// Bytes between the position and the end of the stream, or -1 when the
-// stream cannot seek (a pipe).
-int64_t remainingBytes(FILE* stream) {
-    const off_t pos = ftello(stream);
-    if (pos < 0 || fseeko(stream, 0, SEEK_END) != 0) return -1;
-    const off_t end = ftello(stream);
-    if (fseeko(stream, pos, SEEK_SET) != 0) return 0;  // stuck at the end: nothing more can be read
-    return end < pos ? 0 : static_cast<int64_t>(end - pos);
-}
-
-// A malloc'ed buffer holding exactly `bytes` bytes from the stream, or null.
-// Reading nothing counts as a failed read, so an empty body never loads.
-Buffer readExactly(FILE* stream, int64_t bytes) {
-    if (bytes <= 0) return {};
-    if (const int64_t left = remainingBytes(stream); left >= 0) {
-        if (left < bytes) return {};
-        Buffer b = allocateBuffer(static_cast<size_t>(bytes));
-        if (!b || std::fread(b.get(), static_cast<size_t>(bytes), 1, stream) != 1) return {};
-        return b;
-    }
-    // Unknown length: grow the buffer as the bytes arrive, so a header that
-    // promises gigabytes costs no more memory than the stream holds.
-    size_t capacity = static_cast<size_t>(std::min(bytes, kFirstChunk)), got = 0;
-    Buffer b = allocateBuffer(capacity);
-    while (b) {
-        got += std::fread(b.get() + got, 1, capacity - got, stream);
-        if (static_cast<int64_t>(got) == bytes) return b;
-        if (got < capacity) return {};
-        capacity = static_cast<size_t>(std::min<int64_t>(bytes, static_cast<int64_t>(capacity) * 2));
-        auto* grown = static_cast<uint8_t*>(std::realloc(b.get(), capacity));
-        if (!grown) return {};
-        b.release();
-        b.reset(grown);
-    }
-    return {};
-}
 
 // Element count of a header's planes as the file format addresses it (an
 // int32 product); -1 when it is negative or does not fit.
@@ -83,7 +44,7 @@ oxVolume* loadContiguous(FILE* stream) {
     if (!readHeader(stream, h)) return nullptr;
     const int64_t count = addressableCount({h.height, h.depth, h.width});
     if (count < 0) return nullptr;
-    Buffer data = readExactly(stream, count * elementSize(h.type));
+    Buffer data = readExactly(stream, static_cast<size_t>(count * elementSize(h.type)), kFirstChunk);
     if (!data) return nullptr;
     oxVolume* v = oxVolumeCreateHeaderWithTypeAndEncoding(h.width, h.height, h.depth, h.type, OX_GRAY);
     if (!v) return nullptr;
@@ -102,7 +63,7 @@ oxVolume* loadSeparate(FILE* stream) {
         const int64_t count = addressableCount({h.width, h.height});
         if (count < 0) return nullptr;
         for (int32_t k = 0; k < h.depth; ++k) {
-            Buffer b = readExactly(stream, count * elementSize(h.type));
+            Buffer b = readExactly(stream, static_cast<size_t>(count * elementSize(h.type)), kFirstChunk);
             if (!b) return nullptr;
             buffers.push_back(std::move(b));
         }

@@ -9,7 +9,9 @@
 
 #include "containers/detail/volume_layout.hpp"
 #include "containers/detail/volume_read.hpp"
+#include "core/detail/invert.hpp"
 #include "core/detail/minmax.hpp"
+#include "core/detail/nonzero.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "ox_convert.h"
@@ -29,15 +31,11 @@ template <int32_t Code> void nonZeroBox(const oxVolume* v, oxBox* out, int32_t* 
     const int32_t w = v->width, h = v->height, d = v->depth;
     int32_t minX = std::numeric_limits<int32_t>::max(), minY = minX, minZ = minX;
     int32_t maxX = -std::numeric_limits<int32_t>::max(), maxY = maxX, maxZ = maxX;
-    const T* row = reinterpret_cast<const T*>(v->data);
+    const uint8_t* row = v->data;
     for (int32_t z = 0; z < d; ++z) {
-        for (int32_t y = 0; y < h; ++y, row += w) {
-            // Float types compare with 0.0: -0.0 is zero and NaN is not.
-            int32_t first = 0;
-            while (first < w && !(row[first] != T(0))) ++first;
-            if (first == w) continue;
-            int32_t last = w - 1;
-            while (!(row[last] != T(0))) --last;
+        for (int32_t y = 0; y < h; ++y, row += static_cast<int64_t>(w) * int64_t{sizeof(T)}) {
+            int32_t first = 0, last = 0;
+            if (!nonZeroSpan<T>(row, w, first, last)) continue;
             minX = std::min(minX, first);
             maxX = std::max(maxX, last);
             minY = std::min(minY, y);
@@ -252,9 +250,7 @@ OX_API int32_t oxVolumeInvert(const oxVolume* src, oxVolume* dst) {
     if (n < 0) return 1;
     if (n == 0) return 0;
     if (!src->data || !dst->data) return 1;
-    const uint8_t* s = src->data;
-    uint8_t* d = dst->data;
-    for (int64_t i = 0; i < n; ++i) d[i] = static_cast<uint8_t>(~s[i]);
+    invertBytes(src->data, dst->data, n);
     return 0;
 }
 

@@ -137,8 +137,7 @@ OX_API void oxSepKernelRelease(oxSepKernel** kernel) {
     std::free(k->kernelY);
     std::free(k->kernelZ);
     oxSepKernelInnerRelease(&k->padCache);
-    std::free(k);
-    *kernel = nullptr;
+    releaseRecord(kernel);
 }
 
 OX_API oxSepKernelPadCache* oxSepKernelInnerCreate(void) { return allocateRecord<oxSepKernelPadCache>(); }
@@ -148,8 +147,7 @@ OX_API void oxSepKernelInnerRelease(oxSepKernelPadCache** cache) {
     std::free((*cache)->tableX);
     std::free((*cache)->tableY);
     std::free((*cache)->tableZ);
-    std::free(*cache);
-    *cache = nullptr;
+    releaseRecord(cache);
 }
 
 OX_API int32_t oxSepKernelPadExpandFunc(int32_t i, int32_t lo, int32_t hi) { return padExpand(i, lo, hi); }

@@ -45,26 +45,16 @@ template <> struct Gray<OX_64F> {
     static double value(int32_t s) { return static_cast<double>(s) * 2.384185791015625e-7; }
 };
 
-struct ChannelOffsets {
-    int32_t c1, c2, c3;
-};
-
-// Offsets of channels 1-3 in bytes; all 0 for a one-channel image.
-ChannelOffsets colourOffsets(const oxImage* img) {
-    if (channelCount(img->encoding) <= 1) return {0, 0, 0};
-    return {oxImageGetChannelOffset(img, 1), oxImageGetChannelOffset(img, 2), oxImageGetChannelOffset(img, 3)};
-}
-
 template <int32_t Code> void toGray(const oxImage* src, oxImage* dst) {
     using T = PixelType<Code>;
-    const ChannelOffsets o = colourOffsets(src);
+    const ChannelOffsets o = channelOffsets(src);
     RoiCursor s = roiCursor(src), d = roiCursor(dst);
     walkRoi(src->roi.height, src->roi.width,
             [&](const uint8_t* sp, uint8_t* dp) {
                 T b, g, r;
-                std::memcpy(&b, sp + o.c1, sizeof b);
-                std::memcpy(&g, sp + o.c2, sizeof g);
-                std::memcpy(&r, sp + o.c3, sizeof r);
+                std::memcpy(&b, sp + o.at[0], sizeof b);
+                std::memcpy(&g, sp + o.at[1], sizeof g);
+                std::memcpy(&r, sp + o.at[2], sizeof r);
                 const int32_t sum = ox_toGray_tab[Gray<Code>::index(b)] + ox_toGray_tab[256 + Gray<Code>::index(g)] +
                                     ox_toGray_tab[512 + Gray<Code>::index(r)];
                 const T out = Gray<Code>::value(sum);
@@ -75,13 +65,13 @@ template <int32_t Code> void toGray(const oxImage* src, oxImage* dst) {
 
 // Grey into colour replicates the value; colour into colour reorders.
 void regroupChannels(const oxImage* src, oxImage* dst, int32_t e) {
-    const ChannelOffsets o = colourOffsets(src), t = colourOffsets(dst);
+    const ChannelOffsets o = channelOffsets(src), t = channelOffsets(dst);
     RoiCursor s = roiCursor(src), d = roiCursor(dst);
     walkRoi(src->roi.height, src->roi.width,
             [&](const uint8_t* sp, uint8_t* dp) {
-                std::memcpy(dp + t.c1, sp + o.c1, e);
-                std::memcpy(dp + t.c2, sp + o.c2, e);
-                std::memcpy(dp + t.c3, sp + o.c3, e);
+                std::memcpy(dp + t.at[0], sp + o.at[0], e);
+                std::memcpy(dp + t.at[1], sp + o.at[1], e);
+                std::memcpy(dp + t.at[2], sp + o.at[2], e);
             },
             s, d);
 }

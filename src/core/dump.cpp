@@ -1,5 +1,4 @@
 // Raw image dump: the record's fields as ten 32-bit words, then the pixels.
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -7,6 +6,7 @@
 
 #include "core/detail/handles.hpp"
 #include "core/detail/pixel_types.hpp"
+#include "core/detail/stream_read.hpp"
 #include "ox_dump.h"
 
 namespace {
@@ -32,45 +32,6 @@ uint64_t pixelBytes(int32_t type, int32_t encoding, int32_t width, int32_t heigh
     return static_cast<uint64_t>(values) * static_cast<uint64_t>(elementSize(type));
 }
 
-enum class Length { Known, Unknown, Broken };
-
-// Bytes between the current position and the end of a seekable stream.
-// Unknown for a stream that cannot seek; Broken when the stream could not
-// be put back where it was.
-Length bytesLeft(FILE* stream, uint64_t& left) noexcept {
-    const long here = std::ftell(stream);
-    if (here < 0 || std::fseek(stream, 0, SEEK_END) != 0) return Length::Unknown;
-    const long end = std::ftell(stream);
-    if (std::fseek(stream, here, SEEK_SET) != 0) return Length::Broken;
-    if (end < here) return Length::Unknown;
-    left = static_cast<uint64_t>(end - here);
-    return Length::Known;
-}
-
-// Reads exactly `bytes` bytes into a new malloc'ed buffer; null when the
-// stream ends first or memory runs out.
-Buffer readPixels(FILE* stream, size_t bytes) noexcept {
-    uint64_t left = 0;
-    const Length length = bytesLeft(stream, left);
-    if (length == Length::Broken || (length == Length::Known && left < bytes)) return {};
-    size_t capacity = length == Length::Known ? bytes : std::min(bytes, kFirstChunk);
-    Buffer buffer = allocateZeroed(capacity);
-    size_t got = 0;
-    while (buffer && got < bytes) {
-        if (got == capacity) {
-            capacity = std::min(bytes, capacity * 2);
-            void* grown = std::realloc(buffer.get(), capacity);
-            if (grown == nullptr) return {};
-            (void)buffer.release();
-            buffer.reset(static_cast<uint8_t*>(grown));
-        }
-        const size_t n = std::fread(buffer.get() + got, 1, capacity - got, stream);
-        if (n == 0) return {};
-        got += n;
-    }
-    return buffer;
-}
-
 }  // namespace
 
 extern "C" {
@@ -94,7 +55,7 @@ OX_API oxImage* oxImageDumpLoad(FILE* stream) {
     if (std::fread(h, kHeaderBytes, 1, stream) != 1) return nullptr;
     const uint64_t bytes = pixelBytes(h[0], h[1], h[3], h[2]);
     if (bytes == 0) return nullptr;
-    Buffer pixels = readPixels(stream, static_cast<size_t>(bytes));
+    Buffer pixels = readExactly(stream, static_cast<size_t>(bytes), kFirstChunk);
     if (!pixels) return nullptr;
     ImagePtr image(allocateRecord<oxImage>());
     if (!image) return nullptr;

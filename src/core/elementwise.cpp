@@ -12,15 +12,6 @@ using namespace ox::detail;
 
 namespace {
 
-// Byte offsets of channels 1, 2, 3 inside a pixel (all 0 for grey).
-struct Channels {
-    int32_t at[3];
-};
-
-Channels channelsOf(const oxImage* img) {
-    return {{oxImageGetChannelOffset(img, 1), oxImageGetChannelOffset(img, 2), oxImageGetChannelOffset(img, 3)}};
-}
-
 // Every image of the walk must hold the first image's ROI size.
 bool walkFits(const oxImage* first, std::initializer_list<const oxImage*> all) {
     for (const oxImage* img : all)
@@ -53,7 +44,7 @@ template <class Weigh>
 void blendRoi(const oxImage* a, const oxImage* b, oxImage* dst, RoiCursor weights, Weigh weigh) {
     RoiCursor pa = roiCursor(a), pb = roiCursor(b), pd = roiCursor(dst);
     if (stepsOf(a).pixel != 1) {
-        const Channels ca = channelsOf(a), cb = channelsOf(b), cd = channelsOf(dst);
+        const ChannelOffsets ca = channelOffsets(a), cb = channelOffsets(b), cd = channelOffsets(dst);
         walkRoi(a->roi.height, a->roi.width,
                 [&](const uint8_t* sa, const uint8_t* sb, uint8_t* d, const uint8_t* m) {
                     const Weights k = weigh(m);
@@ -69,7 +60,7 @@ void blendRoi(const oxImage* a, const oxImage* b, oxImage* dst, RoiCursor weight
 
 void substituteRoi(const oxImage* src, oxImage* dst, const oxImage* mask) {
     RoiCursor s = roiCursor(src), d = roiCursor(dst), m = roiCursor(mask);
-    const Channels cs = channelsOf(src), cd = channelsOf(dst), cm = channelsOf(mask);
+    const ChannelOffsets cs = channelOffsets(src), cd = channelOffsets(dst), cm = channelOffsets(mask);
     const bool colourSrc = stepsOf(src).pixel != 1, colourMask = stepsOf(mask).pixel != 1;
     const int32_t rows = src->roi.height, cols = src->roi.width;
     if (colourSrc && colourMask) {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/detail/handles.hpp"
 #include "core/detail/image_view.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "ox_image.h"
@@ -93,17 +94,12 @@ OX_API oxImage* oxImageCreateAs(const oxImage* image) {
     return oxImageCreateWithType(image->width, image->height, image->encoding, image->type);
 }
 
-OX_API void oxImageReleaseHeader(oxImage** image) {
-    if (!image || !*image) return;
-    std::free(*image);
-    *image = nullptr;
-}
+OX_API void oxImageReleaseHeader(oxImage** image) { releaseRecord(image); }
 
 OX_API void oxImageRelease(oxImage** image) {
     if (!image || !*image) return;
     std::free((*image)->data);
-    std::free(*image);
-    *image = nullptr;
+    releaseRecord(image);
 }
 
 OX_API int32_t oxImageHaveUncompatibleEncodings(const oxImage* a, const oxImage* b) {

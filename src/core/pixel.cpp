@@ -6,7 +6,9 @@
 #include <type_traits>
 
 #include "core/detail/image_view.hpp"
+#include "core/detail/invert.hpp"
 #include "core/detail/minmax.hpp"
+#include "core/detail/nonzero.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "ox_pixel.h"
@@ -72,22 +74,12 @@ struct Box {
     bool found = false;
 };
 
-// Per row, the first and the last counted column give the same box as a
-// pixel-by-pixel update of the four bounds.
 template <class T> Box nonZeroBox(const oxImage* img) {
     Box box;
-    auto counts = [](const uint8_t* p) {
-        T v;
-        std::memcpy(&v, p, sizeof v);
-        return v != T(0);  // a NaN counts, -0.0 does not
-    };
     for (int32_t y = 0; y < img->height; ++y) {
         const uint8_t* r = img->data + static_cast<int64_t>(y) * img->width * int64_t{sizeof(T)};
-        int32_t first = 0;
-        while (first < img->width && !counts(r + first * sizeof(T))) ++first;
-        if (first == img->width) continue;
-        int32_t last = img->width - 1;
-        while (!counts(r + last * sizeof(T))) --last;
+        int32_t first = 0, last = 0;
+        if (!nonZeroSpan<T>(r, img->width, first, last)) continue;
         box.minX = std::min(box.minX, first);
         box.maxX = std::max(box.maxX, last);
         box.minY = std::min(box.minY, y);
@@ -124,19 +116,6 @@ template <int32_t Code> PixelType<Code> fillValue(double v) {
         return static_cast<T>(v);
     else
         return wrapTrunc<T>(v);
-}
-
-// Going through a local block lets the compiler use wide loads and stores
-// without proving that src and dst do not overlap (they may be one buffer).
-void invertFlat(const uint8_t* s, uint8_t* d, int64_t n) {
-    int64_t i = 0;
-    for (; i + kBlockBytes <= n; i += kBlockBytes) {
-        uint8_t b[kBlockBytes];
-        std::memcpy(b, s + i, kBlockBytes);
-        for (uint8_t& v : b) v = static_cast<uint8_t>(~v);
-        std::memcpy(d + i, b, kBlockBytes);
-    }
-    for (; i < n; ++i) d[i] = static_cast<uint8_t>(~s[i]);
 }
 
 }  // namespace
@@ -200,7 +179,7 @@ OX_API int32_t oxImageInvert(const oxImage* src, oxImage* dst) {
     const int64_t n = static_cast<int64_t>(src->width) * src->height;
     if (n <= 0) return 0;
     if (!src->data || !dst->data) return 1;
-    invertFlat(src->data, dst->data, n);
+    invertBytes(src->data, dst->data, n);
     return 0;
 }
 

@@ -235,8 +235,7 @@ OX_API void oxBilateralParamsRelease(oxBilateralParams** params) {
     std::free((*params)->tables2D);
     (*params)->tables2D = nullptr;
     std::free((*params)->tables3D);
-    std::free(*params);
-    *params = nullptr;
+    releaseRecord(params);
 }
 
 OX_API int32_t oxBilateralFilterGold1C(oxBilateralParams* params, const oxImage* src, oxImage* dst) {

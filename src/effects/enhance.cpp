@@ -10,6 +10,7 @@
 #include "core/detail/numeric.hpp"
 #include "core/detail/status.hpp"
 #include "effects/detail/enhance_stages.hpp"
+#include "effects/detail/entry.hpp"
 #include "effects/detail/stage.hpp"
 #include "ox_color_correction.h"
 #include "ox_elementwise.h"
@@ -94,21 +95,14 @@ int32_t enhance(const oxEnhanceParams& params, const oxImage* source, const oxIm
     return oxAddWeigthedM(unprocessed, destination, destination, weights);
 }
 
-// Headers around the caller's buffers; they never own the pixels.
-HeaderPtr wrap(int32_t width, int32_t height, const uint8_t* pixels) {
-    HeaderPtr img(oxImageCreateHeader(width, height, OX_BGR));
-    if (img) img->data = const_cast<uint8_t*>(pixels);  // the source header is only read
-    return img;
-}
-
 int32_t yewEnhance(int32_t width, int32_t height, const uint8_t* sourcePixels, uint8_t* destinationPixels,
                    float transferSteepness) {
     if (sourcePixels == nullptr || destinationPixels == nullptr || width < 0 || height < 0)
         return code(Status::Refused);
     // No buffer can be that large; refusing keeps the byte counts exact.
     if (static_cast<int64_t>(width) * height > INT64_MAX / 3) return code(Status::Refused);
-    HeaderPtr source = wrap(width, height, sourcePixels);
-    HeaderPtr destination = wrap(width, height, destinationPixels);
+    HeaderPtr source = wrapBgr(width, height, sourcePixels);
+    HeaderPtr destination = wrapBgr(width, height, destinationPixels);
     if (!source || !destination) return code(Status::Refused);
     EnhanceParamsPtr params(oxEnhanceParamsDefault());
     if (!params) return code(Status::Refused);
@@ -140,8 +134,7 @@ OX_API void oxEnhanceParamsInnerRelease(oxEnhanceParamsInner** inner) {
     oxFillLightParamsRelease(&set->fillLightParams);
     oxSharpenParamsRelease(&set->sharpenParams);
     oxTransferEnhanceParamsRelease(&set->transfer);
-    std::free(set);
-    *inner = nullptr;
+    releaseRecord(inner);
 }
 
 OX_API void oxEnhanceSetInnerParams(const oxEnhanceParams* params, oxEnhanceParamsInner* inner) {

@@ -66,7 +66,7 @@ void boost(const oxHighBoostParams& p, const oxImage* src, oxImage* dst, const u
                 const uint8_t v = sp[from[c]];
                 if (v != 0) r = std::min(r, kCaps.cap[v]);
                 const float o = r * static_cast<float>(v);
-                dp[to[c]] = o > 255.0f ? uint8_t{255} : clampToByte(o);
+                dp[to[c]] = clampToByte(o);
             }
             ++i;
         },

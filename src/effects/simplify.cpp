@@ -11,6 +11,7 @@
 #include "core/detail/image_view.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/status.hpp"
+#include "effects/detail/entry.hpp"
 #include "ox_bilateral.h"
 #include "ox_elementwise.h"
 #include "ox_resize.h"
@@ -115,21 +116,14 @@ int32_t simplify(const oxImage* src, oxImage* dst, const oxSimplifyParams& p, Ab
     return highBoost(dst);
 }
 
-// Headers around the caller's buffers; they never own the pixels.
-HeaderPtr wrap(int32_t width, int32_t height, const uint8_t* pixels) {
-    HeaderPtr img(oxImageCreateHeader(width, height, OX_BGR));
-    if (img) img->data = const_cast<uint8_t*>(pixels);  // the source header is only read
-    return img;
-}
-
 int32_t yewSimplify(int32_t width, int32_t height, const uint8_t* srcPixels, uint8_t* dstPixels, int32_t iterations,
                     float rangeFactor, float saturation) {
     if (!srcPixels || !dstPixels || width < 0 || height < 0) return code(Status::Refused);
     // No buffer can be that large; refusing keeps the byte counts exact.
     if (static_cast<int64_t>(width) * height > INT64_MAX / 3) return code(Status::Refused);
     const oxSimplifyParams params{kEntryMaxSize, iterations, rangeFactor};
-    HeaderPtr src = wrap(width, height, srcPixels);
-    HeaderPtr dst = wrap(width, height, dstPixels);
+    HeaderPtr src = wrapBgr(width, height, srcPixels);
+    HeaderPtr dst = wrapBgr(width, height, dstPixels);
     if (!src || !dst) return code(Status::Refused);
     if (const int32_t r = simplify(src.get(), dst.get(), params, nullptr); r != 0) return r;
     if (!(saturation > 0.0f)) return code(Status::Ok);

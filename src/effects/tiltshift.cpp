@@ -8,6 +8,7 @@
 #include "convolution/detail/kernel_rules.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/numeric.hpp"
+#include "effects/detail/entry.hpp"
 #include "ox_convolution.h"
 #include "ox_elementwise.h"
 #include "ox_kernel.h"
@@ -100,11 +101,9 @@ void passThrough(const oxImage* src, oxImage* dst) {
 
 int32_t yewTiltShift(int32_t width, int32_t height, const uint8_t* srcPixels, uint8_t* dstPixels, float strength,
                      float lensAmount, Point a, Point b) {
-    HeaderPtr src(oxImageCreateHeader(width, height, OX_BGR));
-    HeaderPtr dst(oxImageCreateHeader(width, height, OX_BGR));
+    HeaderPtr src = wrapBgr(width, height, srcPixels);
+    HeaderPtr dst = wrapBgr(width, height, dstPixels);
     if (!src || !dst) return 1;
-    src->data = const_cast<uint8_t*>(srcPixels);  // only ever read
-    dst->data = dstPixels;
     bool blurred = false;
     if (saturateTrunc<int32_t>(static_cast<double>(strength) * 51.2) >= 1) {
         const oxTiltShiftParams p{kEntryMaxSize, strength, a.x, a.y, b.x, b.y};

@@ -84,6 +84,17 @@ template <class F, class... Cursors> void walkRoi(int32_t rows, int32_t cols, F&
     }
 }
 
+// Byte offsets of channels 1-3 inside a pixel; all 0 for a one-channel
+// image (or an encoding without channels).
+struct ChannelOffsets {
+    int32_t at[3];
+};
+
+inline ChannelOffsets channelOffsets(const oxImage* img) noexcept {
+    if (channelCount(img->encoding) <= 1) return {{0, 0, 0}};
+    return {{oxImageGetChannelOffset(img, 1), oxImageGetChannelOffset(img, 2), oxImageGetChannelOffset(img, 3)}};
+}
+
 // Typed row access over the whole buffer (ROI ignored): element (x, c) of
 // row y is row<T>(img, y)[x * channels + c].
 template <class T> inline T* row(const oxImage* img, int64_t y) noexcept {

@@ -22,21 +22,12 @@ Params params(double space, double range, int32_t radius, bool volumes = false) 
     return p;
 }
 
-// A contiguous volume built by hand: one buffer, plane headers pointing into it.
-struct Volume {
-    oxVolume v{};
-    std::vector<double> buf;  // double storage keeps OX_64F elements aligned
-    std::vector<oxImage*> planes;
-    Volume(int32_t w, int32_t h, int32_t d, int32_t type) : buf(size_t(w) * h * d) {
-        v = {type, d, w, h, reinterpret_cast<uint8_t*>(buf.data()), nullptr, {0, 0, 0, w, h, d}};
-        for (int32_t z = 0; z < d; ++z) {
-            planes.push_back(oxImageCreateHeaderWithType(w, h, OX_GRAY, type));
-            planes.back()->data = v.data + size_t(z) * w * h * ox::detail::elementSize(type);
-        }
-        v.planes = planes.data();
-    }
-    ~Volume() { for (oxImage* p : planes) oxImageReleaseHeader(&p); }
+struct VolumeDeleter {
+    void operator()(oxVolume* v) const { oxVolumeRelease(&v); }
 };
+using Volume = std::unique_ptr<oxVolume, VolumeDeleter>;
+
+Volume volume(int32_t w, int32_t h, int32_t d, int32_t type) { return Volume(oxVolumeCreateWithType(w, h, d, type)); }
 
 void put(uint8_t* data, int32_t type, size_t i, double value) {
     if (type == OX_64F) std::memcpy(data + 8 * i, &value, 8);
@@ -134,10 +125,10 @@ TEST(BilateralFilter, WorkedValuesInEveryLayout) {
             for (size_t i = 0; i < c.in.size(); ++i) EXPECT_EQ(readElement(out->data, c.type, i), c.out[i]) << i;
         }
         if (c.encoding != OX_GRAY) continue;
-        Volume src(1, 1, 3, c.type), dst(1, 1, 3, c.type);
-        oxVolume* out = c.inPlace ? &src.v : &dst.v;
-        for (size_t i = 0; i < c.in.size(); ++i) put(src.v.data, c.type, i, c.in[i]);
-        ASSERT_EQ(oxBilateralFilter3D(params(c.space, c.range, 1, true).get(), &src.v, out), 0);
+        Volume src = volume(1, 1, 3, c.type), dst = volume(1, 1, 3, c.type);
+        oxVolume* out = c.inPlace ? src.get() : dst.get();
+        for (size_t i = 0; i < c.in.size(); ++i) put(src->data, c.type, i, c.in[i]);
+        ASSERT_EQ(oxBilateralFilter3D(params(c.space, c.range, 1, true).get(), src.get(), out), 0);
         for (size_t i = 0; i < c.in.size(); ++i) EXPECT_EQ(readElement(out->data, c.type, i), c.out[i]) << i;
     }
 }
@@ -202,7 +193,7 @@ TEST(BilateralFilter, RefusalsWriteNothing) {
     Params p2 = params(2.0, 0.5, 1), p3 = params(2.0, 0.5, 1, true), nan = params(NAN, 0.5, 1);
     Image gray = noise(4, 3, OX_GRAY, OX_8U, 1), bgr = noise(4, 3, OX_BGR, OX_8U, 2), rgb = make(4, 3, OX_RGB);
     Image gray64 = noise(4, 3, OX_GRAY, OX_64F, 3), empty = make(0, 3, OX_BGR), out = make(4, 3, OX_BGR);
-    Volume vol(4, 3, 2, OX_8U), deeper(4, 3, 3, OX_8U);
+    Volume vol = volume(4, 3, 2, OX_8U), deeper = volume(4, 3, 3, OX_8U);
     std::memset(out->data, 0xAB, byteCount(out.get()));
     const auto before = bytesOf(out.get());
     EXPECT_EQ(oxBilateralFilter(p2.get(), gray.get(), out.get()), 1);
@@ -214,11 +205,13 @@ TEST(BilateralFilter, RefusalsWriteNothing) {
     EXPECT_EQ(bytesOf(out.get()), before);
     EXPECT_EQ(oxBilateralFilter64(p2.get(), gray.get(), gray.get()), 1);
     EXPECT_EQ(oxBilateralFilter(p2.get(), gray64.get(), gray.get()), 1);
-    EXPECT_EQ(oxBilateralFilter3D(p2.get(), &vol.v, &vol.v), 1);
-    EXPECT_EQ(oxBilateralFilter3D(p3.get(), &vol.v, &deeper.v), 1);
-    EXPECT_EQ(oxBilateralFilter3D64(p3.get(), &vol.v, &vol.v), 1);
-    vol.planes[1]->data = nullptr;
-    EXPECT_EQ(oxBilateralFilter3D(p3.get(), &vol.v, &vol.v), 1);
+    EXPECT_EQ(oxBilateralFilter3D(p2.get(), vol.get(), vol.get()), 1);
+    EXPECT_EQ(oxBilateralFilter3D(p3.get(), vol.get(), deeper.get()), 1);
+    EXPECT_EQ(oxBilateralFilter3D64(p3.get(), vol.get(), vol.get()), 1);
+    uint8_t* plane1 = vol->planes[1]->data;
+    vol->planes[1]->data = nullptr;
+    EXPECT_EQ(oxBilateralFilter3D(p3.get(), vol.get(), vol.get()), 1);
+    vol->planes[1]->data = plane1;
 }
 
 // Other single-channel types are filtered as bytes over the first width x

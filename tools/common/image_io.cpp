@@ -95,12 +95,18 @@ void jpegWarning(j_common_ptr cinfo, int level) {
     }
 }
 
+// Errors jump back to the caller's setjmp; damage warnings are recorded.
+jpeg_error_mgr* jpegErrors(JpegError& err) {
+    jpeg_error_mgr* mgr = jpeg_std_error(&err.mgr);
+    mgr->error_exit = jpegErrorExit;
+    mgr->emit_message = jpegWarning;
+    return mgr;
+}
+
 // Kept free of objects with destructors between setjmp and longjmp.
 bool readJpegInto(FILE* f, Picture& out, JpegError& err) {
     jpeg_decompress_struct cinfo;
-    cinfo.err = jpeg_std_error(&err.mgr);
-    err.mgr.error_exit = jpegErrorExit;
-    err.mgr.emit_message = jpegWarning;
+    cinfo.err = jpegErrors(err);
     if (setjmp(err.jump)) {
         jpeg_destroy_decompress(&cinfo);
         return false;
@@ -143,9 +149,7 @@ bool readJpeg(const std::string& path, Picture& out, std::string& error) {
 
 bool writeJpegTo(FILE* f, const Picture& p, int quality, JpegError& err) {
     jpeg_compress_struct cinfo;
-    cinfo.err = jpeg_std_error(&err.mgr);
-    err.mgr.error_exit = jpegErrorExit;
-    err.mgr.emit_message = jpegWarning;
+    cinfo.err = jpegErrors(err);
     if (setjmp(err.jump)) {
         jpeg_destroy_compress(&cinfo);
         return false;

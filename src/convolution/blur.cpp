@@ -246,6 +246,9 @@ bool planesFit(const oxBlurParams& p, const oxImage* src, const oxImage* dst) {
 }
 
 Status blur1C(const oxBlurParams& p, const oxImage* src, oxImage* dst, AbortFlag abortFlag) {
+    // The passes read and write one byte per pixel, which the buffer of any
+    // known type holds; an unknown type (element size 0) has no pixels.
+    if (!isKnownType(src->type) || !isKnownType(dst->type)) return Status::Refused;
     // Deliberate: with no pass to run nothing is written, not even a copy.
     if (p.radiusX < 1 && p.radiusY < 1) return Status::Ok;
     if (!planesFit(p, src, dst)) return Status::Refused;

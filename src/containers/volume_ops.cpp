@@ -58,11 +58,17 @@ __int128 minMaxIndex(const oxVolume* v, int64_t p, int64_t r, int64_t c) {
 }
 
 // The index is affine in (p, r, c), so the walk stays inside the buffer
-// when its eight corners do.
+// when its eight corners do. A region of more elements than the buffer
+// holds cannot lie inside it without visiting some elements again and
+// again (the plane shift can fold every plane onto the same few); such a
+// region is refused, so the cost of a walk is bounded by the buffer, not
+// by what a header claims.
 bool minMaxWalkFits(const oxVolume* v) {
     const Count total = elementCount(v);
     if (!total || !elementBytes(v)) return false;
     const oxBox& b = v->roi;
+    const Count visits = checkedProduct({b.depth, b.height, b.width});
+    if (!visits || *visits > *total) return false;
     for (int64_t p : {0, b.depth - 1})
         for (int64_t r : {0, b.height - 1})
             for (int64_t c : {0, b.width - 1}) {

@@ -44,14 +44,15 @@ oxVolume* createHeader(int32_t width, int32_t height, int32_t depth, int32_t typ
     return v;
 }
 
-// Header plus one zeroed buffer of `bytes` (-1 = cannot be allocated).
-oxVolume* createContiguous(int32_t width, int32_t height, int32_t depth, int32_t type, int32_t encoding,
-                           int64_t bytes) {
+// Header plus one zeroed buffer of `bytes` (nullopt: no such buffer, so
+// no volume).
+oxVolume* createContiguous(int32_t width, int32_t height, int32_t depth, int32_t type, int32_t encoding, Count bytes) {
+    if (!bytes) return nullptr;
     VolumeHeaderPtr v(createHeader(width, height, depth, type, encoding));
-    if (!v || bytes < 0) return nullptr;
+    if (!v) return nullptr;
     // An unknown type asks for zero bytes; one byte keeps the pointer
     // non-null on every C library.
-    uint8_t* data = static_cast<uint8_t*>(std::calloc(static_cast<size_t>(std::max<int64_t>(bytes, 1)), 1));
+    uint8_t* data = static_cast<uint8_t*>(std::calloc(static_cast<size_t>(std::max<int64_t>(*bytes, 1)), 1));
     if (!data) return nullptr;
     oxVolumeAssignData(v.get(), data);
     return v.release();
@@ -97,6 +98,9 @@ OX_API oxVolume* oxVolumeCreateAs(const oxVolume* volume) {
 }
 
 OX_API oxVolume* oxVolumeCreateWithTypeWithSeparatePlanes(int32_t width, int32_t height, int32_t depth, int32_t type) {
+    // The planes together are one volume's elements; a count no memory can
+    // hold is refused before a plane is made.
+    if (depth > 0 && !checkedProduct({width, height, depth, elementSize(type)})) return nullptr;
     SeparateVolumePtr v(createHeader(width, height, depth, type, OX_GRAY));
     if (!v) return nullptr;
     for (int32_t k = 0; k < depth; ++k) {
@@ -104,7 +108,7 @@ OX_API oxVolume* oxVolumeCreateWithTypeWithSeparatePlanes(int32_t width, int32_t
         // release frees the buffers moved so far.
         ImagePtr img(oxImageCreateWithType(width, height, OX_GRAY, type));
         if (!img) return nullptr;
-        std::memset(img->data, 0, static_cast<size_t>(bufferBytes(img.get())));
+        std::memset(img->data, 0, static_cast<size_t>(*bufferBytes(img.get())));
         v->planes[k]->data = img->data;
         img->data = nullptr;
     }
@@ -119,7 +123,7 @@ OX_API int32_t oxVolumeAssignData(oxVolume* volume, uint8_t* buffer) {
     volume->data = buffer;
     // A stride that cannot be formed (invalid encoding of plane 0) points
     // every plane at the start rather than before the buffer.
-    const int64_t stride = std::max<int64_t>(planeStride(volume), 0);
+    const int64_t stride = planeStride(volume).value_or(0);
     for (int32_t k = 0; k < volume->depth && volume->planes; ++k) {
         if (volume->planes[k]) volume->planes[k]->data = buffer ? buffer + k * stride : nullptr;
     }

@@ -32,19 +32,26 @@ bool writeHeader(const oxVolume* v, FILE* stream) {
 
 bool readHeader(FILE* stream, oxVolume32& header) { return std::fread(&header, sizeof header, 1, stream) == 1; }
 
-// Element count of a header's planes as the file format addresses it (an
-// int32 product); -1 when it is negative or does not fit.
-int64_t addressableCount(std::initializer_list<int64_t> sizes) {
-    const int64_t n = checkedProduct(sizes);
-    return n > std::numeric_limits<int32_t>::max() ? -1 : n;
+// Bytes of `count` elements of a header's type, when the count is one the
+// file format can address (an int32 product); nullopt otherwise.
+Count bodyBytes(int32_t type, std::initializer_list<int64_t> sizes) {
+    const Count n = checkedProduct(sizes);
+    if (!n || *n > std::numeric_limits<int32_t>::max()) return std::nullopt;
+    return checkedProduct({*n, elementSize(type)});
+}
+
+// Sizes that are not negative but whose elements no buffer can hold: a
+// save refuses them before it writes anything.
+bool tooLarge(const oxVolume* v) {
+    return v->width >= 0 && v->height >= 0 && v->depth >= 0 && !elementBytes(v);
 }
 
 oxVolume* loadContiguous(FILE* stream) {
     oxVolume32 h;
     if (!readHeader(stream, h)) return nullptr;
-    const int64_t count = addressableCount({h.height, h.depth, h.width});
-    if (count < 0) return nullptr;
-    Buffer data = readExactly(stream, static_cast<size_t>(count * elementSize(h.type)), kFirstChunk);
+    const Count bytes = bodyBytes(h.type, {h.height, h.depth, h.width});
+    if (!bytes) return nullptr;
+    Buffer data = readExactly(stream, static_cast<size_t>(*bytes), kFirstChunk);
     if (!data) return nullptr;
     oxVolume* v = oxVolumeCreateHeaderWithTypeAndEncoding(h.width, h.height, h.depth, h.type, OX_GRAY);
     if (!v) return nullptr;
@@ -60,10 +67,10 @@ oxVolume* loadSeparate(FILE* stream) {
     // with a huge depth costs memory only for the planes really present.
     std::vector<Buffer> buffers;
     if (h.depth > 0) {
-        const int64_t count = addressableCount({h.width, h.height});
-        if (count < 0) return nullptr;
+        const Count bytes = bodyBytes(h.type, {h.width, h.height});
+        if (!bytes) return nullptr;
         for (int32_t k = 0; k < h.depth; ++k) {
-            Buffer b = readExactly(stream, static_cast<size_t>(count * elementSize(h.type)), kFirstChunk);
+            Buffer b = readExactly(stream, static_cast<size_t>(*bytes), kFirstChunk);
             if (!b) return nullptr;
             buffers.push_back(std::move(b));
         }
@@ -80,22 +87,22 @@ oxVolume* loadSeparate(FILE* stream) {
 extern "C" {
 
 OX_API int32_t oxVolumeDumpSave(const oxVolume* volume, FILE* stream) {
-    if (!writeHeader(volume, stream)) return -1;
-    const int64_t bytes = checkedProduct({elementSize(volume->type), volume->width, volume->depth, volume->height});
+    if (tooLarge(volume) || !writeHeader(volume, stream)) return -1;
+    const Count bytes = elementBytes(volume);
     // Nothing to write (no elements, unknown type) is a failed write too.
-    if (bytes <= 0 || !volume->data) return -1;
-    return std::fwrite(volume->data, static_cast<size_t>(bytes), 1, stream) == 1 ? 0 : -1;
+    if (!bytes || *bytes == 0 || !volume->data) return -1;
+    return std::fwrite(volume->data, static_cast<size_t>(*bytes), 1, stream) == 1 ? 0 : -1;
 }
 
 OX_API int32_t oxVolumeDumpSaveWithSeparatePlanes(const oxVolume* volume, FILE* stream) {
-    if (!writeHeader(volume, stream)) return -1;
+    if ((volume->depth >= 1 && tooLarge(volume)) || !writeHeader(volume, stream)) return -1;
     if (volume->depth < 1) return 0;
-    const int64_t bytes = checkedProduct({elementSize(volume->type), volume->height, volume->width});
-    if (bytes <= 0) return -1;
+    const Count bytes = checkedProduct({elementSize(volume->type), volume->height, volume->width});
+    if (!bytes || *bytes == 0) return -1;
     for (int32_t k = 0; k < volume->depth; ++k) {
         const oxImage* plane = planeAt(volume, k);
         if (!plane || !plane->data) return -1;
-        if (std::fwrite(plane->data, static_cast<size_t>(bytes), 1, stream) != 1) return -1;
+        if (std::fwrite(plane->data, static_cast<size_t>(*bytes), 1, stream) != 1) return -1;
     }
     return 0;
 }

@@ -58,16 +58,22 @@ __int128 minMaxIndex(const oxVolume* v, int64_t p, int64_t r, int64_t c) {
 }
 
 // The index is affine in (p, r, c), so the walk stays inside the buffer
-// when its eight corners do.
+// when its eight corners do. A region of more elements than the buffer
+// holds cannot lie inside it without visiting some elements again and
+// again (the plane shift can fold every plane onto the same few); such a
+// region is refused, so the cost of a walk is bounded by the buffer, not
+// by what a header claims.
 bool minMaxWalkFits(const oxVolume* v) {
-    const int64_t total = elementCount(v);
-    if (total < 0) return false;
+    const Count total = elementCount(v);
+    if (!total || !elementBytes(v)) return false;
     const oxBox& b = v->roi;
+    const Count visits = checkedProduct({b.depth, b.height, b.width});
+    if (!visits || *visits > *total) return false;
     for (int64_t p : {0, b.depth - 1})
         for (int64_t r : {0, b.height - 1})
             for (int64_t c : {0, b.width - 1}) {
                 const __int128 i = minMaxIndex(v, p, r, c);
-                if (i < 0 || i >= total) return false;
+                if (i < 0 || i >= *total) return false;
             }
     return true;
 }
@@ -104,8 +110,9 @@ int32_t slice(const oxVolume* v, int32_t axis, int32_t index, oxImage* image) {
     default: return 1;
     }
     if (index < 0 || index >= extent || image->width != width || image->height != height) return 1;
-    if (!isKnownType(v->type) || elementCount(v) < 0) return 1;
-    if (elementCount(v) == 0) return 0;
+    const Count n = elementBytes(v);
+    if (!isKnownType(v->type) || !n) return 1;
+    if (*n == 0) return 0;
     // Axis 2 reads one plane, the others every plane.
     const int32_t firstPlane = axis == 2 ? index : 0, lastPlane = axis == 2 ? index : v->depth - 1;
     for (int32_t k = firstPlane; k <= lastPlane; ++k) {
@@ -169,10 +176,12 @@ OX_API oxVolume* oxVolumeResetROI(oxVolume* volume) {
 OX_API int32_t oxVolumeGetNonZeroROI(const oxVolume* volume, oxBox* out, int32_t* empty) {
     *empty = 1;
     if (!isKnownType(volume->type)) return 1;
-    const int64_t n = elementCount(volume);
-    if (n > 0 && !volume->data) return 1;
-    // A negative size scans nothing, like a volume without planes or rows.
-    const oxVolume scanned = n > 0 ? *volume : oxVolume{volume->type, 0, 0, 0, nullptr, nullptr, {}};
+    const bool negative = volume->width < 0 || volume->height < 0 || volume->depth < 0;
+    const Count bytes = elementBytes(volume);
+    // Sizes no buffer can have are refused; a negative size scans nothing,
+    // like a volume without planes or rows.
+    if (!negative && (!bytes || (*bytes > 0 && !volume->data))) return 1;
+    const oxVolume scanned = !negative && *bytes > 0 ? *volume : oxVolume{volume->type, 0, 0, 0, nullptr, nullptr, {}};
     visitType(volume->type, [&](auto tag) { nonZeroBox<decltype(tag)::code>(&scanned, out, empty); });
     return 0;
 }
@@ -228,17 +237,17 @@ OX_API int32_t oxVolumeGetSlice(const oxVolume* volume, int32_t axis, int32_t in
 }
 
 OX_API void oxVolumeSetZero(oxVolume* volume) {
-    const int64_t bytes = checkedProduct(
+    const Count bytes = checkedProduct(
         {elementSize(volume->type), volume->width, volume->height, volume->depth, planeChannels(volume)});
-    if (bytes > 0 && volume->data) std::memset(volume->data, 0, static_cast<size_t>(bytes));
+    if (bytes && *bytes > 0 && volume->data) std::memset(volume->data, 0, static_cast<size_t>(*bytes));
 }
 
 OX_API void oxVolumeSetVal(oxVolume* volume, double value) {
-    const int64_t n = elementCount(volume);
-    if (n <= 0 || !volume->data) return;
+    const Count n = elementCount(volume);
+    if (!n || *n == 0 || !elementBytes(volume) || !volume->data) return;
     visitType(volume->type, [&](auto tag) {
         using T = typename decltype(tag)::type;
-        std::fill_n(reinterpret_cast<T*>(volume->data), n, fillValue<decltype(tag)::code>(value));
+        std::fill_n(reinterpret_cast<T*>(volume->data), *n, fillValue<decltype(tag)::code>(value));
     });
 }
 
@@ -246,11 +255,11 @@ OX_API int32_t oxVolumeInvert(const oxVolume* src, oxVolume* dst) {
     if (dst->width != src->width || dst->height != src->height || dst->depth != src->depth || dst->type != src->type ||
         src->type != OX_8U)
         return 1;
-    const int64_t n = elementCount(src);
-    if (n < 0) return 1;
-    if (n == 0) return 0;
+    const Count n = elementCount(src);
+    if (!n) return 1;
+    if (*n == 0) return 0;
     if (!src->data || !dst->data) return 1;
-    invertBytes(src->data, dst->data, n);
+    invertBytes(src->data, dst->data, *n);
     return 0;
 }
 

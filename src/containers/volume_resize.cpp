@@ -20,8 +20,9 @@ double clampToExtent(double v, int32_t size) {
 
 int32_t resize(const oxVolume* src, oxVolume* dst) {
     if (dst->depth < 1 || !dst->planes) return 0;
-    const int64_t n = elementCount(dst);
-    if (n < 0) return 1;
+    const Count count = elementCount(dst);
+    if (!count) return 1;
+    const int64_t n = *count;
     if (n == 0) return 0;
     // Bytes are stored into `data`, which a zero-size type does not have.
     if (!dst->data || !isKnownType(dst->type)) return 1;

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "core/detail/handles.hpp"
+#include "core/detail/image_view.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "core/detail/planes.hpp"
 #include "core/detail/status.hpp"
@@ -188,7 +189,9 @@ void columnStep(const uint8_t* __restrict enter, const uint8_t* __restrict leave
 template <class Lane, class Divide>
 Status columnPass(int32_t r, const uint8_t* in, oxImage* dst, AbortFlag abortFlag, Divide divide) {
     const int64_t w = dst->width, h = dst->height, span = 2 * static_cast<int64_t>(r) + 1;
-    Buffer ring = allocateBuffer(static_cast<size_t>(span * w));
+    const Count ringBytes = checkedProduct({span, w});
+    if (!ringBytes) return Status::Refused;
+    Buffer ring = allocateBuffer(static_cast<size_t>(*ringBytes));
     Buffer sums = allocateZeroed(static_cast<size_t>(w) * sizeof(Lane));
     if (!ring || !sums) return Status::Refused;
     auto slot = [&](int64_t i) { return ring.get() + (i % span) * w; };
@@ -238,11 +241,14 @@ Status blurPlane(const oxBlurParams& p, const oxImage* src, oxImage* dst, AbortF
 // Everything that would make the passes read or write outside the planes
 // is refused before a byte is written.
 bool planesFit(const oxBlurParams& p, const oxImage* src, const oxImage* dst) {
-    return src->data && dst->data && src->width == dst->width && src->height == dst->height &&
+    return hasBuffer(src) && hasBuffer(dst) && src->width == dst->width && src->height == dst->height &&
            passFits(p.radiusX, src->width) && passFits(p.radiusY, src->height);
 }
 
 Status blur1C(const oxBlurParams& p, const oxImage* src, oxImage* dst, AbortFlag abortFlag) {
+    // The passes read and write one byte per pixel, which the buffer of any
+    // known type holds; an unknown type (element size 0) has no pixels.
+    if (!isKnownType(src->type) || !isKnownType(dst->type)) return Status::Refused;
     // Deliberate: with no pass to run nothing is written, not even a copy.
     if (p.radiusX < 1 && p.radiusY < 1) return Status::Ok;
     if (!planesFit(p, src, dst)) return Status::Refused;
@@ -267,7 +273,7 @@ Status blurOpt(const oxBlurParams& p, const oxImage* src, oxImage* dst, AbortFla
 
 uint64_t tempBytes(const oxImage* image) {
     if (channelCount(image->encoding) == 1 || image->width < 1 || image->height < 1) return 0;
-    return static_cast<uint64_t>(image->width) * static_cast<uint64_t>(image->height);
+    return sizeOrZero(checkedProduct({image->width, image->height}));
 }
 
 }  // namespace

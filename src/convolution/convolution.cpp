@@ -5,6 +5,7 @@
 #include "convolution/detail/kernel_rules.hpp"
 #include "convolution/detail/passes.hpp"
 #include "core/detail/handles.hpp"
+#include "core/detail/image_view.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "core/detail/planes.hpp"
 #include "ox_convolution.h"
@@ -29,7 +30,7 @@ bool axisTaps(const oxSepKernel* k, bool horizontal, int32_t length, Taps& t) {
 }
 
 template <class T> bool holds(const oxImage* img) {
-    return img && img->data && img->type == typeCode<T>() && isValidEncoding(img->encoding);
+    return img && img->type == typeCode<T>() && hasBuffer(img);
 }
 
 template <class T> int32_t horizontalPass(const oxImage* src, uint8_t* dst, const oxSepKernel* k, bool symmetric) {
@@ -48,11 +49,13 @@ int32_t verticalPass(const uint8_t* src, uint8_t* scratch, oxImage* dst, const o
 uint8_t* bytes(float* p) { return reinterpret_cast<uint8_t*>(p); }
 const uint8_t* bytes(const float* p) { return reinterpret_cast<const uint8_t*>(p); }
 
+// The float intermediate and the symmetric pass's accumulators (4 bytes
+// each per pixel), and for a colour image one channel plane; 0 for sizes
+// that no buffer can have.
 uint64_t tempBufferSize(const oxImage* img) {
     if (!img || img->width < 1 || img->height < 1) return 0;
-    const uint64_t area = static_cast<uint64_t>(img->width) * static_cast<uint64_t>(img->height);
-    if (channelCount(img->encoding) == 1) return area * 8;
-    return area * (static_cast<uint64_t>(elementSize(img->type)) + 8);
+    const int64_t perPixel = channelCount(img->encoding) == 1 ? 8 : elementSize(img->type) + 8;
+    return sizeOrZero(checkedProduct({img->width, img->height, perPixel}));
 }
 
 // Work buffer: for a colour image first one channel plane of T, then the
@@ -77,7 +80,7 @@ int32_t convolve(const oxImage* src, oxImage* dst, const oxSepKernel* k, uint8_t
 }
 
 int32_t filterOpt(const oxImage* src, oxImage* dst, const oxSepKernel* kernel, uint8_t* buffer) {
-    if (!src || !dst || !kernel || !buffer || !src->data || !dst->data) return 1;
+    if (!src || !dst || !kernel || !buffer || !hasBuffer(src) || !hasBuffer(dst)) return 1;
     if (src->type != OX_8U && src->type != OX_32F && src->type != OX_64F) return 1;
     // The destination is written with the source's element size.
     if (dst->type != src->type || dst->width != src->width || dst->height != src->height) return 1;

@@ -36,17 +36,17 @@ const int32_t* checkedTable(const int32_t* centre, int32_t covered, int32_t r, i
     return centre;
 }
 
-// Bytes of the work buffer: the float volume and one float plane; -1 when
-// a size is below 1 or the count does not fit.
-int64_t workBytes(const oxVolume* v) {
-    if (!v || std::min({v->width, v->height, v->depth}) < 1) return -1;
+// Bytes of the work buffer: the float volume and one float plane; nullopt
+// when a size is below 1 or the count does not fit.
+Count workBytes(const oxVolume* v) {
+    if (!v || std::min({v->width, v->height, v->depth}) < 1) return std::nullopt;
     return checkedProduct({v->width, v->height, static_cast<int64_t>(v->depth) + 1, 4});
 }
 
 // Every plane header exists, holds data and is one channel of the volume's
 // width, height and type T.
 template <class T> bool planesOf(const oxVolume* v) {
-    if (!v || v->type != typeCode<T>() || !v->planes || workBytes(v) < 0) return false;
+    if (!v || v->type != typeCode<T>() || !v->planes || !workBytes(v)) return false;
     for (int32_t z = 0; z < v->depth; ++z) {
         const oxImage* p = v->planes[z];
         if (!p || !p->data || p->type != v->type || p->width != v->width || p->height != v->height ||
@@ -174,8 +174,7 @@ template <class T> int32_t depthPass(const float* src, oxVolume* dst, const oxSe
 extern "C" {
 
 OX_API uint64_t oxSeparableConvolutionGetTempBufferSize3D(const oxVolume* volume) {
-    const int64_t bytes = workBytes(volume);
-    return bytes < 0 ? 0 : static_cast<uint64_t>(bytes);
+    return sizeOrZero(workBytes(volume));
 }
 
 OX_API int32_t oxSeparableConvolutionFilter3D(const oxVolume* src, oxVolume* dst, oxSepKernel* kernel) {

@@ -10,6 +10,7 @@
 #include "convolution/detail/kernel_rules.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/numeric.hpp"
+#include "core/detail/size.hpp"
 #include "ox_kernel.h"
 
 using namespace ox::detail;
@@ -92,8 +93,10 @@ float floatSum(const float* w, int32_t radius) {
 // it for this axis. A failed growth leaves the table as it was.
 bool fillAxis(int32_t*& table, int32_t*& centre, int32_t& length, int32_t radius, int32_t n, PadRule rule) {
     if (length < n) {
-        const size_t entries = static_cast<size_t>(n) + tapCount(radius);
-        auto* grown = static_cast<int32_t*>(std::realloc(table, entries * sizeof(int32_t)));
+        const Count bytes = checkedProduct({static_cast<int64_t>(n) + 2 * static_cast<int64_t>(radius) + 1,
+                                            static_cast<int64_t>(sizeof(int32_t))});
+        if (!bytes) return false;
+        auto* grown = static_cast<int32_t*>(std::realloc(table, static_cast<size_t>(*bytes)));
         if (!grown) return false;
         table = grown;
         centre = grown + radius;

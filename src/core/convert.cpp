@@ -3,6 +3,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "core/detail/image_view.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "ox_convert.h"
@@ -25,13 +26,15 @@ constexpr int depthBits(int32_t type) noexcept {
     }
 }
 
-// Channel values in the whole buffer; 0 for a negative size or an invalid
+// Channel values in the whole buffer: 0 for a negative size or an invalid
 // encoding, so that such an image has nothing to convert and no room to
-// receive anything.
-int64_t valueCount(const oxImage* img) noexcept {
+// receive anything; nullopt for sizes too large for any buffer, which the
+// conversions refuse.
+Count valueCount(const oxImage* img) noexcept {
     const int32_t channels = channelCount(img->encoding);
     if (img->width < 0 || img->height < 0 || channels < 0) return 0;
-    return static_cast<int64_t>(img->width) * img->height * channels;
+    if (!bufferBytes(img)) return std::nullopt;
+    return checkedProduct({img->width, img->height, channels});
 }
 
 template <int32_t From, int32_t To> inline PixelType<To> nominal(PixelType<From> v) noexcept {
@@ -142,10 +145,11 @@ OX_API int32_t oxImageCvtType(const oxImage* src, oxImage* dst) {
     if (src == nullptr || dst == nullptr) return 1;
     if (src->encoding != dst->encoding) return 1;
     if (!isKnownType(src->type) || !isKnownType(dst->type)) return 0;  // nothing it can read: nothing written
-    const int64_t n = valueCount(src);
-    if (n == 0) return 0;
-    if (valueCount(dst) < n || src->data == nullptr || dst->data == nullptr) return 1;
-    const size_t count = static_cast<size_t>(n);
+    const Count n = valueCount(src), room = valueCount(dst);
+    if (!n) return 1;
+    if (*n == 0) return 0;
+    if (!room || *room < *n || src->data == nullptr || dst->data == nullptr) return 1;
+    const size_t count = static_cast<size_t>(*n);
     if (src->type == dst->type) {
         std::memmove(dst->data, src->data, count * static_cast<size_t>(elementSize(src->type)));
         return 0;
@@ -163,16 +167,17 @@ OX_API int32_t oxImageCvtTypeGivenRange(const oxImage* src, oxImage* dst, double
     if (src == nullptr || dst == nullptr) return 1;
     if (src->width != dst->width || low >= high || src->height != dst->height) return 1;
     if (!isKnownType(src->type) || !isKnownType(dst->type)) return 1;
-    const int64_t n = valueCount(src);
-    if (n == 0) return 0;
+    const Count n = valueCount(src), room = valueCount(dst);
+    if (!n) return 1;
+    if (*n == 0) return 0;
     // The encodings are not compared, but a destination with fewer
     // channels cannot take N values.
-    if (valueCount(dst) < n || src->data == nullptr || dst->data == nullptr) return 1;
+    if (!room || *room < *n || src->data == nullptr || dst->data == nullptr) return 1;
     visitPair(src->type, dst->type, [&](auto s, auto d) {
         using S = typename decltype(s)::type;
         using D = typename decltype(d)::type;
         convertStretch<decltype(s)::code, decltype(d)::code>(reinterpret_cast<const S*>(src->data),
-                                                             reinterpret_cast<D*>(dst->data), static_cast<size_t>(n), low, high);
+                                                             reinterpret_cast<D*>(dst->data), static_cast<size_t>(*n), low, high);
     });
     return 0;
 }

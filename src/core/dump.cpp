@@ -6,14 +6,13 @@
 
 #include "core/detail/handles.hpp"
 #include "core/detail/pixel_types.hpp"
+#include "core/detail/size.hpp"
 #include "core/detail/stream_read.hpp"
 #include "ox_dump.h"
 
 namespace {
 
 using namespace ox::detail;
-
-static_assert(sizeof(size_t) >= 8, "pixel sizes are formed in 64 bits");
 
 constexpr size_t kHeaderWords = 10;
 constexpr size_t kHeaderBytes = kHeaderWords * sizeof(int32_t);
@@ -26,10 +25,10 @@ constexpr size_t kFirstChunk = size_t{1} << 20;
 // size the format cannot hold: the value count width * height * channels
 // must fit in 32 bits, as every reader of these files forms it.
 uint64_t pixelBytes(int32_t type, int32_t encoding, int32_t width, int32_t height) noexcept {
-    if (!isKnownType(type) || !isValidEncoding(encoding) || width <= 0 || height <= 0) return 0;
-    const int64_t values = static_cast<int64_t>(width) * height * channelCount(encoding);
-    if (values > std::numeric_limits<int32_t>::max()) return 0;
-    return static_cast<uint64_t>(values) * static_cast<uint64_t>(elementSize(type));
+    if (!isKnownType(type) || width <= 0 || height <= 0) return 0;
+    const Count values = checkedProduct({width, height, channelCount(encoding)});
+    if (!values || *values > std::numeric_limits<int32_t>::max()) return 0;
+    return sizeOrZero(checkedProduct({*values, elementSize(type)}));
 }
 
 }  // namespace

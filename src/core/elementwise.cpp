@@ -86,8 +86,7 @@ void substituteRoi(const oxImage* src, oxImage* dst, const oxImage* mask) {
 // (x, y), so dst may be no wider than src is high and no higher than src is
 // wide, and each dst pixel must take the C bytes that are moved.
 bool transposeFits(const oxImage* src, const oxImage* dst) {
-    if (!isValidEncoding(src->encoding) || !isValidEncoding(dst->encoding)) return false;
-    if (!isKnownType(src->type) || !isKnownType(dst->type) || !src->data || !dst->data) return false;
+    if (!isKnownType(src->type) || !isKnownType(dst->type) || !hasBuffer(src) || !hasBuffer(dst)) return false;
     return dst->width <= src->height && dst->height <= src->width &&
            channelCount(src->encoding) <= stepsOf(dst).pixel;
 }

@@ -75,10 +75,10 @@ OX_API oxImage* oxImageCreateWithType(int32_t width, int32_t height, int32_t enc
     if (!isValidEncoding(encoding)) return nullptr;
     oxImage* img = oxImageCreateHeaderWithType(width, height, encoding, type);
     if (!img) return nullptr;
-    const int64_t bytes = static_cast<int64_t>(height) * width * elementSize(type) * channelCount(encoding);
-    // Sizes are not validated here (callers may pass anything); they must not turn
-    // into a huge unsigned request either.
-    img->data = bytes < 0 ? nullptr : static_cast<uint8_t*>(std::malloc(static_cast<size_t>(bytes)));
+    // Sizes are not validated (callers may pass anything), but a byte count
+    // that is negative or would wrap is no buffer: null, not a short one.
+    const Count bytes = bufferBytes(img);
+    img->data = bytes ? static_cast<uint8_t*>(std::malloc(static_cast<size_t>(*bytes))) : nullptr;
     if (!img->data) {
         std::free(img);
         return nullptr;

@@ -20,12 +20,8 @@ namespace {
 // Channel values the buffer holds (width * height * channels); 0 when that
 // is unknown or there are no pixels, so every index is then outside.
 int64_t elementCount(const oxImage* img) {
-    if (!img->data || !isValidEncoding(img->encoding) || !isKnownType(img->type)) return 0;
-    int64_t n = 0;
-    if (__builtin_mul_overflow(static_cast<int64_t>(img->width), static_cast<int64_t>(img->height), &n) ||
-        __builtin_mul_overflow(n, static_cast<int64_t>(channelCount(img->encoding)), &n))
-        return 0;
-    return n > 0 ? n : 0;
+    if (!hasBuffer(img) || !isKnownType(img->type)) return 0;
+    return checkedProduct({img->width, img->height, channelCount(img->encoding)}).value_or(0);
 }
 
 // Element index x + width * y, or -1 when it overflows.
@@ -152,7 +148,7 @@ OX_API int32_t oxImageGetNonZeroROI(const oxImage* image, oxRect* out, int32_t* 
     if (!isKnownType(image->type)) return 1;
     Box box;
     if (image->width > 0 && image->height > 0) {
-        if (!image->data) return 1;
+        if (!hasBuffer(image)) return 1;
         visitType(image->type, [&](auto tag) { box = nonZeroBox<typename decltype(tag)::type>(image); });
     }
     if (box.found) *empty = 0;
@@ -161,9 +157,8 @@ OX_API int32_t oxImageGetNonZeroROI(const oxImage* image, oxRect* out, int32_t* 
 }
 
 OX_API void oxImageSetZero(oxImage* image) {
-    if (!image->data || !isValidEncoding(image->encoding)) return;
-    const int64_t bytes = bufferBytes(image);
-    if (bytes > 0) std::memset(image->data, 0, static_cast<size_t>(bytes));
+    if (!hasBuffer(image)) return;
+    std::memset(image->data, 0, static_cast<size_t>(*bufferBytes(image)));
 }
 
 OX_API void oxImageSetVal(oxImage* image, double value) {
@@ -176,9 +171,10 @@ OX_API int32_t oxImageInvert(const oxImage* src, oxImage* dst) {
     if (dst->width != src->width || dst->height != src->height || dst->type != src->type || src->type != OX_8U)
         return 1;
     if (!isValidEncoding(src->encoding) || !isValidEncoding(dst->encoding)) return 1;
-    const int64_t n = static_cast<int64_t>(src->width) * src->height;
-    if (n <= 0) return 0;
-    if (!src->data || !dst->data) return 1;
+    if (src->width <= 0 || src->height <= 0) return 0;
+    // width * height bytes lie inside any buffer that can exist for these sizes.
+    if (!hasBuffer(src) || !hasBuffer(dst)) return 1;
+    const int64_t n = *checkedProduct({src->width, src->height});
     invertBytes(src->data, dst->data, n);
     return 0;
 }

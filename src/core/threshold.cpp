@@ -2,6 +2,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "core/detail/image_view.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "ox_threshold.h"
@@ -37,9 +38,10 @@ OX_API int32_t oxImageThreshold(const oxImage* src, oxImage* dst, double low, do
     // The buffer sizes are only known for valid encodings, and every valid
     // encoding holds at least width * height elements.
     if (!isValidEncoding(src->encoding) || !isValidEncoding(dst->encoding)) return 1;
-    const int64_t n = static_cast<int64_t>(src->width) * src->height;
-    if (n <= 0) return 0;
-    if (!src->data || !dst->data) return 1;
+    if (src->width <= 0 || src->height <= 0) return 0;
+    // width * height values lie inside any buffer that can exist for these sizes.
+    if (!hasBuffer(src) || !hasBuffer(dst)) return 1;
+    const int64_t n = *checkedProduct({src->width, src->height});
     visitType(src->type, [&](auto from) {
         visitType(dst->type, [&](auto to) {
             threshold<decltype(from)::code, decltype(to)::code>(src->data, dst->data, n, low, high);

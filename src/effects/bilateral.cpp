@@ -155,7 +155,7 @@ void run(const Job& j) { runPlain(j); }
 
 // True when the image's own buffer holds at least `bytes` bytes.
 bool holds(const oxImage* img, int64_t bytes) {
-    return img && img->data && isValidEncoding(img->encoding) && bufferBytes(img) >= bytes;
+    return img && hasBuffer(img) && *bufferBytes(img) >= bytes;
 }
 
 // Every plane header of the volume exists and holds `bytes` bytes.
@@ -182,9 +182,9 @@ int32_t run2D(oxBilateralParams* p, const oxImage* src, oxImage* dst, Kind kind)
     refresh(t, p);
     if (src->width < 1 || src->height < 1) return 0;
     const int64_t perPixel = kind == Kind::Colour8 ? 3 : kind == Kind::Gray64 ? 8 : 1;
-    const int64_t bytes = static_cast<int64_t>(src->width) * src->height * perPixel;
+    const Count bytes = checkedProduct({src->width, src->height, perPixel});
     if (dst->width != src->width || dst->height != src->height || dst->type != src->type) return 1;
-    if (!holds(src, bytes) || !holds(dst, bytes)) return 1;
+    if (!bytes || !holds(src, *bytes) || !holds(dst, *bytes)) return 1;
     if (kind == Kind::Colour8 && (channelCount(src->encoding) < 3 || channelCount(dst->encoding) < 3)) return 1;
     if (kind == Kind::Gray64 && src->type != OX_64F) return 1;
 
@@ -202,8 +202,8 @@ int32_t run3D(oxBilateralParams* p, const oxVolume* src, oxVolume* dst, bool wid
     if (dst->depth != src->depth || dst->height != src->height || dst->width != src->width || dst->type != src->type)
         return 1;
     if (wide && src->type != OX_64F) return 1;
-    const int64_t bytes = static_cast<int64_t>(src->width) * src->height * (wide ? 8 : 1);
-    if (!planesHold(src, bytes) || !planesHold(dst, bytes)) return 1;
+    const Count bytes = checkedProduct({src->width, src->height, wide ? 8 : 1});
+    if (!bytes || !planesHold(src, *bytes) || !planesHold(dst, *bytes)) return 1;
 
     const int32_t r = clampRadius(p->radius);
     run(Job{wide ? Kind::Gray64 : Kind::Gray8, src->width, src->height, src->depth, r, r, {nullptr, src->planes},

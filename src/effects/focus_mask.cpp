@@ -9,6 +9,7 @@
 #endif
 
 #include "core/detail/handles.hpp"
+#include "core/detail/image_view.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "effects/detail/focus_mask_row.hpp"
 #include "ox_tiltshift.h"
@@ -119,7 +120,7 @@ OX_API int32_t oxFocusMaskFill(const oxFocusMaskParams* params, oxImage* image) 
     if (!params || !image) return 1;
     if (image->height < 1 || image->width < 1) return 0;
     // One byte per pixel fits every image of a known type and encoding.
-    if (!image->data || !isValidEncoding(image->encoding) || !isKnownType(image->type)) return 1;
+    if (!hasBuffer(image) || !isKnownType(image->type)) return 1;
     fill(*params, image->data, image->width, image->height);
     return 0;
 }

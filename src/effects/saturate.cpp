@@ -97,7 +97,8 @@ void saturatePixel(const uint8_t* s, const Layout& in, uint8_t* d, const Layout&
 }
 
 bool walkable(const oxImage* img, int64_t pixels) {
-    return img->data && isValidEncoding(img->encoding) && pixels * channelCount(img->encoding) <= bufferBytes(img);
+    const Count bytes = checkedProduct({pixels, channelCount(img->encoding)});
+    return hasBuffer(img) && bytes && *bytes <= *bufferBytes(img);
 }
 
 Status saturate(float f, const oxImage* src, oxImage* dst, AbortFlag abortFlag) {

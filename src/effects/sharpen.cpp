@@ -22,7 +22,7 @@ using BlurParamsPtr = Owned<oxBlurParams, oxBlurParamsRelease>;
 // A fresh one-channel image with every byte 0.
 ImagePtr zeroedPlane(int32_t width, int32_t height) {
     ImagePtr img(oxImageCreate(width, height, OX_GRAY));
-    if (img) std::memset(img->data, 0, static_cast<size_t>(bufferBytes(img.get())));
+    if (img) std::memset(img->data, 0, static_cast<size_t>(*bufferBytes(img.get())));
     return img;
 }
 
@@ -162,7 +162,7 @@ void subtractDetail(const uint8_t* table, const uint8_t* detail, int64_t n, cons
 }
 
 bool sharpenable(const oxImage* img) {
-    return img->data != nullptr && channelCount(img->encoding) >= 3 && img->type == OX_8U && img->width >= 2 &&
+    return hasBuffer(img) && channelCount(img->encoding) >= 3 && img->type == OX_8U && img->width >= 2 &&
            img->height >= 2;
 }
 
@@ -180,7 +180,7 @@ int32_t sharpen(double amount, const oxImage* src, const oxImage* mask, oxImage*
     if (mask && src == dst) {
         original.reset(oxImageCreateAs(src));
         if (!original) return code(Status::Refused);
-        std::memcpy(original->data, src->data, static_cast<size_t>(bufferBytes(src)));
+        std::memcpy(original->data, src->data, static_cast<size_t>(*bufferBytes(src)));
         original->roi = src->roi;
     }
     for (int32_t c = 1; c <= 3; ++c) {

@@ -109,7 +109,7 @@ int32_t simplify(const oxImage* src, oxImage* dst, const oxSimplifyParams& p, Ab
     if (const int32_t r = oxResize(src, work.get(), 0, nullptr); r != 0) return r;
     // The first pass overwrites all of it; until then an abort or a missing
     // parameter record must hand back the unfiltered working image.
-    std::memcpy(smoothed->data, work->data, static_cast<size_t>(bufferBytes(work.get())));
+    std::memcpy(smoothed->data, work->data, static_cast<size_t>(*bufferBytes(work.get())));
     const bool filtered = smooth(work.get(), smoothed.get(), p.iterations, sigmas, abortFlag);
     const bool back = oxResize(smoothed.get(), dst, 0, nullptr) == 0;
     if (!filtered || !back) return code(Status::Refused);
@@ -119,8 +119,6 @@ int32_t simplify(const oxImage* src, oxImage* dst, const oxSimplifyParams& p, Ab
 int32_t yewSimplify(int32_t width, int32_t height, const uint8_t* srcPixels, uint8_t* dstPixels, int32_t iterations,
                     float rangeFactor, float saturation) {
     if (!srcPixels || !dstPixels || width < 0 || height < 0) return code(Status::Refused);
-    // No buffer can be that large; refusing keeps the byte counts exact.
-    if (static_cast<int64_t>(width) * height > INT64_MAX / 3) return code(Status::Refused);
     const oxSimplifyParams params{kEntryMaxSize, iterations, rangeFactor};
     HeaderPtr src = wrapBgr(width, height, srcPixels);
     HeaderPtr dst = wrapBgr(width, height, dstPixels);

@@ -8,6 +8,7 @@
 #include "convolution/detail/kernel_rules.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/numeric.hpp"
+#include "core/detail/size.hpp"
 #include "effects/detail/entry.hpp"
 #include "ox_convolution.h"
 #include "ox_elementwise.h"
@@ -63,11 +64,12 @@ oxFocusMaskParams maskBox(Point a, Point b) {
 // The convolution refuses a working image shorter than the kernel, and
 // whatever happened before it would be thrown away; refusing first avoids
 // building a kernel the size of a huge strength. Absurd working sizes
-// (beyond any allocation) are refused before their byte count can overflow.
+// (beyond any allocation: the working images and the convolution's scratch
+// take less than 64 bytes a pixel) are refused before anything is made.
 bool blurCanRun(int32_t radius, Size s) {
     const int64_t taps = 2 * static_cast<int64_t>(radius) + 1;
     if (radius < 1 || s.width < taps || s.height < taps) return false;
-    return static_cast<int64_t>(s.width) * s.height <= (INT64_MAX >> 6);
+    return checkedProduct({s.width, s.height, 64}).has_value();
 }
 
 int32_t tiltShift(const oxTiltShiftParams& p, const oxImage* src, oxImage* dst) {

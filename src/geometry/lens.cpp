@@ -147,9 +147,8 @@ bool cropRect(const Distortion& d, int32_t w, int32_t h, oxRect& rect) {
 // ---------------------------------------------------------------- filter
 
 bool acceptable(const oxLensDistortionParams& params, const oxImage* src, const oxImage* dst) {
-    if (src->type != OX_8U || !isValidEncoding(src->encoding) || !src->data || src->width < 2 || src->height < 2)
-        return false;
-    if (dst->type != OX_8U || !dst->data) return false;
+    if (src->type != OX_8U || !hasBuffer(src) || src->width < 2 || src->height < 2) return false;
+    if (dst->type != OX_8U || !hasBuffer(dst)) return false;
     if (params.crop == 0)
         return dst->width == src->width && dst->height == src->height && dst->encoding == src->encoding;
     return true;
@@ -160,7 +159,7 @@ int32_t lensFilter(const oxLensDistortionParams& params, const oxImage* src, oxI
     const int32_t w = src->width, h = src->height;
     ImagePtr work(oxImageCreateAs(src));
     if (!work) return code(Status::Refused);
-    std::memset(work->data, 0, static_cast<size_t>(bufferBytes(work.get())));
+    std::memset(work->data, 0, static_cast<size_t>(*bufferBytes(work.get())));
     const Distortion d = distortionOf(params, w, h);
     const Status s = distortInto(d, src, work.get(), abortFlag);
     if (s != Status::Ok) return code(s);

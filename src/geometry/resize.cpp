@@ -60,23 +60,31 @@ bool roisUsable(const oxImage* src, const oxImage* dst) {
 
 int32_t typeOfMode(int32_t mode) { return mode == 1 ? OX_64F : OX_8U; }
 
-uint64_t nonNegative(int32_t v) { return v > 0 ? static_cast<uint64_t>(v) : 0; }
+int64_t nonNegative(int32_t v) { return v > 0 ? v : 0; }
 
 // Bilinear work area: two int32 row buffers of dst ROI width, then a
 // (column, weight) pair per destination column and one per row.
-uint64_t workBytes(const oxImage* dst, int32_t mode) {
+int64_t workBytes(const oxImage* dst, int32_t mode) {
     return mode != 1 ? 8 * nonNegative(roiH(dst)) + 16 * nonNegative(roiW(dst)) : 0;
 }
 
-uint64_t planeBytes(const oxImage* img) {
-    return nonNegative(roiW(img)) * nonNegative(roiH(img)) * static_cast<uint64_t>(elementSize(img->type));
+Count planeBytes(const oxImage* img) {
+    return checkedProduct({nonNegative(roiW(img)), nonNegative(roiH(img)), elementSize(img->type)});
 }
 
-// The scratch of oxResizeOpt in 64 bits: the work area and a plane per
-// colour image.
-uint64_t tempBytes(const oxImage* src, const oxImage* dst, int32_t mode) {
-    auto plane = [](const oxImage* img) { return channelCount(img->encoding) > 1 ? planeBytes(img) : 0; };
-    return workBytes(dst, mode) + plane(src) + plane(dst);
+// The scratch of oxResizeOpt: the work area and a plane per colour image;
+// nullopt when no buffer can be that large.
+Count tempBytes(const oxImage* src, const oxImage* dst, int32_t mode) {
+    auto plane = [](const oxImage* img) { return channelCount(img->encoding) > 1 ? planeBytes(img) : Count(0); };
+    const Count in = plane(src), out = plane(dst);
+    if (!in || !out) return std::nullopt;
+    return checkedSum({workBytes(dst, mode), *in, *out});
+}
+
+// Beyond what the size query can report: refused.
+bool tempTooLarge(const oxImage* src, const oxImage* dst, int32_t mode) {
+    const Count bytes = tempBytes(src, dst, mode);
+    return !bytes || *bytes > UINT32_MAX;
 }
 
 // ---------------------------------------------------------------- nearest
@@ -261,7 +269,7 @@ Status resize1C(const oxImage* src, oxImage* dst, int32_t mode, void* work) {
 
 Status resizeOpt(const oxImage* src, oxImage* dst, int32_t mode, uint8_t* buffer) {
     if (!typesFitMode(src, dst, mode) || oxImageHaveUncompatibleEncodings(src, dst) || !roisUsable(src, dst) ||
-        tempBytes(src, dst, mode) > UINT32_MAX)
+        tempTooLarge(src, dst, mode))
         return Status::Refused;
     if (channelCount(src->encoding) == 1) return resize1C(src, dst, mode, buffer);
     const int32_t channels = channelCount(src->encoding);
@@ -270,7 +278,7 @@ Status resizeOpt(const oxImage* src, oxImage* dst, int32_t mode, uint8_t* buffer
     // planes after it, stay aligned.
     uint8_t* const planes = buffer + workBytes(dst, mode);
     HeaderPtr in = planeHeader(roiW(src), roiH(src), src->type, planes);
-    HeaderPtr out = planeHeader(roiW(dst), roiH(dst), dst->type, planes + planeBytes(src));
+    HeaderPtr out = planeHeader(roiW(dst), roiH(dst), dst->type, planes + *planeBytes(src));
     if (!in || !out) return Status::Refused;
     const int32_t r = forEachChannelPlane(src, dst, channels, in.get(), out.get(), [&](oxImage* i, oxImage* o) {
         return code(resize1C(i, o, mode, buffer));
@@ -297,16 +305,17 @@ OX_API int32_t oxResizeFunction(const oxFunction* src, oxFunction* dst, int32_t 
 
 OX_API uint32_t oxResizeGetTempBufferSize(const oxImage* src, const oxImage* dst, int32_t mode) {
     if (!src || !dst) return 0;
-    return static_cast<uint32_t>(std::min<uint64_t>(tempBytes(src, dst, mode), UINT32_MAX));
+    const Count bytes = tempBytes(src, dst, mode);
+    return bytes ? static_cast<uint32_t>(std::min<int64_t>(*bytes, UINT32_MAX)) : UINT32_MAX;
 }
 
 OX_API int32_t oxResize(const oxImage* src, oxImage* dst, int32_t mode, const volatile int32_t* reserved) {
     (void)reserved;
     if (!src || !dst) return code(Status::Refused);
     if (mode == -1) return code(resizeNearest(src, dst));
-    const uint64_t bytes = tempBytes(src, dst, mode);
-    if (bytes > UINT32_MAX) return code(Status::Refused);  // beyond what the size query can report
-    return withScratch(bytes, false, [&](uint8_t* buffer) { return code(resizeOpt(src, dst, mode, buffer)); });
+    if (tempTooLarge(src, dst, mode)) return code(Status::Refused);
+    return withScratch(sizeOrZero(tempBytes(src, dst, mode)), false,
+                       [&](uint8_t* buffer) { return code(resizeOpt(src, dst, mode, buffer)); });
 }
 
 OX_API int32_t oxResizeOpt(const oxImage* src, oxImage* dst, int32_t mode, const volatile int32_t* reserved,

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "core/detail/handles.hpp"
+#include "runtime/detail/settings.hpp"
 #include "ox_logger.h"
 
 using namespace ox::detail;
@@ -76,13 +77,22 @@ bool allocatePrefixes(oxLogger* logger, int32_t levelCount) {
 // When the registry cannot grow, the logger stays unregistered and the
 // registry unchanged.
 void registerLogger(oxLogger* logger) {
-    const size_t slots = static_cast<size_t>(registered_logger_size) + 1;
-    auto* grown = static_cast<oxLogger**>(std::realloc(registered_loggers, slots * sizeof(oxLogger*)));
+    const int32_t size = loadSetting(registered_logger_size);
+    const size_t slots = static_cast<size_t>(size) + 1;
+    auto* grown = static_cast<oxLogger**>(std::realloc(loadSetting(registered_loggers), slots * sizeof(oxLogger*)));
     if (!grown) return;
-    registered_loggers = grown;
-    registered_loggers[registered_logger_size] = logger;
-    ++registered_logger_size;
+    grown[size] = logger;
+    storeSetting(registered_loggers, grown);
+    storeSetting(registered_logger_size, size + 1);
 }
+
+// The registry as one reading of its two variables.
+struct Registry {
+    oxLogger** slots;
+    int32_t size;
+};
+
+Registry registry() { return {loadSetting(registered_loggers), loadSetting(registered_logger_size)}; }
 
 void appendToFile(const oxLogger& logger, const char* prefix, const char* message) {
     if (!logger.filePath) return;
@@ -123,8 +133,9 @@ OX_API oxLogger* oxLoggerCreate(const char* code, int32_t levelCount) {
 OX_API void oxLoggerRelease(oxLogger** logger) {
     if (!logger || !*logger) return;
     oxLogger* self = *logger;
-    for (int32_t i = 0; i < registered_logger_size; ++i) {
-        oxLogger*& slot = registered_loggers[i];
+    const Registry r = registry();
+    for (int32_t i = 0; i < r.size; ++i) {
+        oxLogger*& slot = r.slots[i];
         // Every logger sharing the code leaves the registry too: deliberate.
         // The pointer test only guards a code the host rewrote in place.
         if (slot && (slot == self || std::strcmp(slot->code, self->code) == 0)) slot = nullptr;
@@ -135,8 +146,9 @@ OX_API void oxLoggerRelease(oxLogger** logger) {
 
 OX_API oxLogger* oxLoggerFindByCode(const char* code) {
     if (!code) return nullptr;
-    for (int32_t i = 0; i < registered_logger_size; ++i) {
-        oxLogger* slot = registered_loggers[i];
+    const Registry r = registry();
+    for (int32_t i = 0; i < r.size; ++i) {
+        oxLogger* slot = r.slots[i];
         if (slot && std::strcmp(slot->code, code) == 0) return slot;
     }
     return nullptr;

@@ -3,6 +3,9 @@
 #include <climits>
 
 #include "ox_system.h"
+#include "runtime/detail/settings.hpp"
+
+using namespace ox::detail;
 
 extern "C" {
 
@@ -15,43 +18,48 @@ OX_API bool check_image_func_setted = false;
 OX_API bool export_image_func_setted = false;
 OX_API bool import_image_func_setted = false;
 
-OX_API int32_t oxSystemInfoGetNumberOfCores(void) { return number_of_cores; }
+OX_API int32_t oxSystemInfoGetNumberOfCores(void) { return loadSetting(number_of_cores); }
 
-OX_API void oxSystemInfoSetNumberOfCores(int32_t n) { number_of_cores = n; }
+OX_API void oxSystemInfoSetNumberOfCores(int32_t n) { storeSetting(number_of_cores, n); }
 
-OX_API void oxSystemInfoEnableNumberOfCoresExplicitConstraint(int32_t flag) { limit_constraint = flag; }
+OX_API void oxSystemInfoEnableNumberOfCoresExplicitConstraint(int32_t flag) { storeSetting(limit_constraint, flag); }
 
-OX_API int32_t oxSystemInfoNumberOfCoresExplicitConstraintIsEnabled(void) { return limit_constraint; }
+OX_API int32_t oxSystemInfoNumberOfCoresExplicitConstraintIsEnabled(void) { return loadSetting(limit_constraint); }
 
-OX_API int32_t oxSystemInfoGetMaxNumberOfThreads(void) { return limit_constraint < 1 ? INT32_MAX : number_of_cores; }
-
-OX_API void oxSetCheckImageFunction(oxCheckImageFunction f) {
-    check_image_func = f;
-    check_image_func_setted = true;
+OX_API int32_t oxSystemInfoGetMaxNumberOfThreads(void) {
+    return loadSetting(limit_constraint) < 1 ? INT32_MAX : loadSetting(number_of_cores);
 }
 
-OX_API oxCheckImageFunction oxGetCheckImageFunction(void) { return check_image_func; }
+// A hook and its flag are two settings: a reader may see the new hook
+// before its flag or the other way round, never a torn value.
+OX_API void oxSetCheckImageFunction(oxCheckImageFunction f) {
+    storeSetting(check_image_func, f);
+    storeSetting(check_image_func_setted, true);
+}
 
-// Only this query looks at the pointer too; the other two do not, on purpose.
-OX_API bool oxCheckImageFunctionIsSetted(void) { return check_image_func != nullptr && check_image_func_setted; }
+OX_API oxCheckImageFunction oxGetCheckImageFunction(void) { return loadSetting(check_image_func); }
+
+OX_API bool oxCheckImageFunctionIsSetted(void) {
+    return loadSetting(check_image_func) != nullptr && loadSetting(check_image_func_setted);
+}
 
 OX_API void oxSetExportImageFunction(oxExportImageFunction f) {
-    export_image_func = f;
-    export_image_func_setted = true;
+    storeSetting(export_image_func, f);
+    storeSetting(export_image_func_setted, true);
 }
 
-OX_API oxExportImageFunction oxGetExportImageFunction(void) { return export_image_func; }
+OX_API oxExportImageFunction oxGetExportImageFunction(void) { return loadSetting(export_image_func); }
 
-OX_API bool oxExportImageFunctionIsSetted(void) { return export_image_func_setted; }
+OX_API bool oxExportImageFunctionIsSetted(void) { return loadSetting(export_image_func_setted); }
 
 OX_API void oxSetImportImageFunction(oxImportImageFunction f) {
-    import_image_func = f;
-    import_image_func_setted = true;
+    storeSetting(import_image_func, f);
+    storeSetting(import_image_func_setted, true);
 }
 
-OX_API oxImportImageFunction oxGetImportImageFunction(void) { return import_image_func; }
+OX_API oxImportImageFunction oxGetImportImageFunction(void) { return loadSetting(import_image_func); }
 
-OX_API bool oxImportImageFunctionIsSetted(void) { return import_image_func_setted; }
+OX_API bool oxImportImageFunctionIsSetted(void) { return loadSetting(import_image_func_setted); }
 
 OX_API int32_t oxShowImageFuncDefault(const oxImage*, const char*) { return 0; }
 

@@ -106,7 +106,21 @@ TEST(VolumeMinMax, RoiWalkAndRefusals) {
         {"past the last plane", volumeOf(2, 1, 2, OX_8U, {1, 2, 3, 4}), {0, 0, 1, 2, 1, 2}, 1, kMaxD, -kMaxD},
         {"before the buffer", volumeOf(2, 1, 2, OX_8U, {1, 2, 3, 4}), {-1, 0, 0, 1, 1, 1}, 1, kMaxD, -kMaxD},
         {"unknown type", volumeOf(2, 1, 1, OX_8U, {1, 2}, 31), {0, 0, 0, 2, 1, 1}, 1, kMaxD, -kMaxD},
-        {"no data", VolumePtr(oxVolumeCreateHeader(2, 1, 1)), {0, 0, 0, 2, 1, 1}, 1, kMaxD, -kMaxD}};
+        {"no data", VolumePtr(oxVolumeCreateHeader(2, 1, 1)), {0, 0, 0, 2, 1, 1}, 1, kMaxD, -kMaxD},
+        // Rows longer than the volume's, the walk still inside the buffer
+        // and no longer than it: planes at elements 0..5 and 3..8.
+        {"rows past the width", volumeOf(3, 2, 2, OX_8U, {0, 10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110}),
+         {0, 0, 0, 6, 1, 2}, 0, 0, 80},
+        // The shift folds every plane onto elements 0..11: more elements
+        // than the buffer holds are refused, not walked for minutes.
+        {"planes folded onto the buffer", volumeOf(3, 2, 2, OX_32U, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}),
+         {0, 0, 0, 9, 2, 436207618}, 1, kMaxD, -kMaxD},
+        {"folded, whole int32 depth", volumeOf(3, 2, 2, OX_32U, {1, 2}), {0, 0, 0, 9, 2, kMaxI}, 1, kMaxD, -kMaxD},
+        // Both inside the buffer (rows at 0, 3, then 3, 6): 12 elements are
+        // walked, 24 are not.
+        {"as many elements as the buffer", volumeOf(3, 2, 2, OX_8U, {0, 10, 20, 30, 40, 50, 60, 70, 80, 90}),
+         {0, 0, 0, 6, 2, 1}, 0, 0, 80},
+        {"more elements than the buffer", volumeOf(3, 2, 2, OX_8U, {0, 10}), {0, 0, 0, 6, 2, 2}, 1, kMaxD, -kMaxD}};
     for (Case& c : cases) {
         c.v->roi = c.roi;
         double mn = 0, mx = 0;

@@ -44,6 +44,8 @@ TEST(VolumeCreate, ImpossibleSizesGiveNullAndLeaveNothingAllocated) {
     EXPECT_EQ(oxVolumeCreate(-4, 3, 2), nullptr);
     EXPECT_EQ(oxVolumeCreateWithEncoding(4, 3, 2, 9), nullptr);
     EXPECT_EQ(oxVolumeCreateWithType(1 << 30, 1 << 30, 1 << 10, OX_64F), nullptr);  // overflows int64
+    EXPECT_EQ(oxVolumeCreateWithEncoding(1 << 30, 1 << 30, 1 << 10, OX_RGBA), nullptr);
+    EXPECT_EQ(oxVolumeCreateWithTypeWithSeparatePlanes(1 << 20, 1 << 20, 1 << 20, OX_64F), nullptr);
     EXPECT_EQ(oxVolumeCreateHeader(4, 3, -1), nullptr);
 }
 

@@ -83,6 +83,21 @@ TEST(BoxBlur, ColourChannelsOneToThreeOnly) {
     }
 }
 
+// An unknown type has element size 0 and so no pixels to read, whatever
+// the radii.
+TEST(BoxBlur, UnknownTypesAreRefused) {
+    Image unknown(oxImageCreateWithType(20, 23, OX_GRAY, 1)), grey = make(20, 23, OX_GRAY);
+    ASSERT_TRUE(unknown && grey);
+    uint8_t scratch[20 * 23];
+    for (const oxBlurParams p : {oxBlurParams{1, 1}, oxBlurParams{0, 0}})
+        for (auto [src, dst] : {std::pair{unknown.get(), unknown.get()}, std::pair{unknown.get(), grey.get()},
+                                std::pair{grey.get(), unknown.get()}}) {
+            EXPECT_EQ(oxBlurFilter(&p, src, dst, nullptr), 1) << p.radiusX;
+            EXPECT_EQ(oxBlurFilterOpt(&p, src, dst, nullptr, scratch), 1) << p.radiusX;
+            EXPECT_EQ(oxBlurFilter1C(&p, src, dst, nullptr), 1) << p.radiusX;
+        }
+}
+
 TEST(BoxBlur, RefusalsAndAbortLeaveDestinationUnwritten) {
     const int32_t stop = 1;
     struct Case {

@@ -64,6 +64,8 @@ TEST(ImageDump, HostileFilesLoadAsNull) {
         {"count 2^32 wraps to zero", OX_8U, OX_GRAY, 65536, 65536, 1000},
         {"count wraps negative", OX_8U, OX_BGR, 50000, 50000, 1000},
         {"gigabytes announced", OX_64F, OX_GRAY, 40000, 40000, 1000},
+        // width * height * channels wraps past int64 and times 2 back to 32 bytes
+        {"72 bytes, byte count wraps twice", OX_16U, OX_RGBA, 1263665316, 1824726041, 72},
     };
     TempDir dir;
     for (const Case& c : cases) {
@@ -74,6 +76,22 @@ TEST(ImageDump, HostileFilesLoadAsNull) {
         std::fwrite(bytes.data(), 1, bytes.size(), open(dir.path() / c.name, "wb").get());
         EXPECT_FALSE(load(open(dir.path() / c.name, "rb").get())) << c.name;
     }
+}
+
+TEST(ImageDump, SaveRefusesSizesNoBufferCanHaveAndWritesNothing) {
+    const int32_t sizes[][4] = {{2147483647, 2147483647, OX_BGR, OX_8U},
+                                {1824726041, 1263665316, OX_RGBA, OX_16U},
+                                {2147483647, 2147483647, OX_GRAY, OX_64F}};
+    uint8_t pixels[64] = {};
+    TempDir dir;
+    File f = open(dir.path() / "refused", "wb");
+    for (const auto& s : sizes) {
+        oxImage* h = oxImageCreateHeaderWithType(s[0], s[1], s[2], s[3]);
+        h->data = pixels;
+        EXPECT_EQ(oxImageDumpSave(h, f.get()), -1) << s[0] << "x" << s[1];
+        oxImageReleaseHeader(&h);
+    }
+    EXPECT_EQ(std::ftell(f.get()), 0);
 }
 
 // A pipe cannot tell its length: the loader grows its buffer as bytes come

@@ -31,6 +31,20 @@ TEST(ImageCreate, SizesCodesAndWhatCreateAsCopies) {
     }
 }
 
+// A byte count that wraps is no buffer: null, not a short one.
+TEST(ImageCreate, SizesNoBufferCanHaveGiveNull) {
+    const int32_t sizes[][4] = {{1824726041, 1263665316, OX_RGBA, OX_16U},  // wraps to 32 bytes
+                                {2147483647, 2147483647, OX_BGR, OX_8U},
+                                {2147483647, 2147483647, OX_GRAY, OX_64F},
+                                {-4, 3, OX_GRAY, OX_8U}};
+    for (const auto& s : sizes) {
+        EXPECT_EQ(oxImageCreateWithType(s[0], s[1], s[2], s[3]), nullptr) << s[0] << "x" << s[1];
+        oxImage* h = oxImageCreateHeaderWithType(s[0], s[1], s[2], s[3]);
+        EXPECT_EQ(oxImageCreateAs(h), nullptr) << s[0] << "x" << s[1];
+        oxImageReleaseHeader(&h);
+    }
+}
+
 TEST(ImageLookup, ChannelCountsAndOffsets) {
     struct Case {
         int32_t encoding, channel, index;

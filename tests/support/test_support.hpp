@@ -31,7 +31,7 @@ inline Image make(int32_t width, int32_t height, int32_t encoding, int32_t type 
     return Image(oxImageCreateWithType(width, height, encoding, type));
 }
 
-inline size_t byteCount(const oxImage* img) { return static_cast<size_t>(ox::detail::bufferBytes(img)); }
+inline size_t byteCount(const oxImage* img) { return static_cast<size_t>(ox::detail::bufferBytes(img).value_or(0)); }
 
 // An image whose channel values, in memory order, are `values` converted to
 // the pixel type.

@@ -12,6 +12,8 @@
 #include <jerror.h>
 #include <png.h>
 
+#include "core/detail/size.hpp"
+
 namespace oxio {
 namespace {
 
@@ -31,7 +33,15 @@ bool endsWith(const std::string& s, const std::string& suffix) {
 
 // Pictures larger than this are refused rather than allocated: a corrupt
 // header must not ask for gigabytes.
-constexpr uint64_t kMaxPixels = uint64_t{1} << 28;
+constexpr int64_t kMaxPixels = int64_t{1} << 28;
+
+// Bytes of a picture of the given sides and channels, or 0 when it is
+// larger than the tools take.
+size_t pictureBytes(uint32_t width, uint32_t height, int64_t channels) {
+    const ox::detail::Count pixels = ox::detail::checkedProduct({width, height});
+    if (!pixels || *pixels > kMaxPixels) return 0;
+    return ox::detail::sizeOrZero(ox::detail::checkedProduct({*pixels, channels}));
+}
 
 bool readPng(const std::string& path, Picture& out, std::string& error) {
     png_image image;
@@ -41,16 +51,16 @@ bool readPng(const std::string& path, Picture& out, std::string& error) {
         error = path + ": not a readable PNG file (" + image.message + ")";
         return false;
     }
-    if (static_cast<uint64_t>(image.width) * image.height > kMaxPixels) {
+    const bool hasAlpha = (image.format & PNG_FORMAT_FLAG_ALPHA) != 0;
+    const size_t bytes = pictureBytes(image.width, image.height, hasAlpha ? 4 : 3);
+    if (bytes == 0) {
         png_image_free(&image);
         error = path + ": picture too large";
         return false;
     }
-    const bool hasAlpha = (image.format & PNG_FORMAT_FLAG_ALPHA) != 0;
     // Alpha is dropped, not composited: read with it, then strip it.
     image.format = hasAlpha ? PNG_FORMAT_BGRA : PNG_FORMAT_BGR;
-    const size_t channels = hasAlpha ? 4 : 3;
-    std::vector<uint8_t> pixels(static_cast<size_t>(image.width) * image.height * channels);
+    std::vector<uint8_t> pixels(bytes);
     if (!png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr)) {
         error = path + ": corrupt PNG data (" + image.message + ")";
         png_image_free(&image);
@@ -116,14 +126,15 @@ bool readJpegInto(FILE* f, Picture& out, JpegError& err) {
     jpeg_read_header(&cinfo, TRUE);
     cinfo.out_color_space = JCS_EXT_BGR;
     jpeg_start_decompress(&cinfo);
-    if (static_cast<uint64_t>(cinfo.output_width) * cinfo.output_height > kMaxPixels) {
+    const size_t bytes = pictureBytes(cinfo.output_width, cinfo.output_height, 3);
+    if (bytes == 0) {
         std::snprintf(err.message, sizeof err.message, "picture too large");
         jpeg_destroy_decompress(&cinfo);
         return false;
     }
     out.width = static_cast<int32_t>(cinfo.output_width);
     out.height = static_cast<int32_t>(cinfo.output_height);
-    out.bgr.resize(static_cast<size_t>(out.width) * out.height * 3);
+    out.bgr.resize(bytes);
     while (cinfo.output_scanline < cinfo.output_height) {
         JSAMPROW row = out.bgr.data() + static_cast<size_t>(cinfo.output_scanline) * out.width * 3;
         jpeg_read_scanlines(&cinfo, &row, 1);

@@ -3,12 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <type_traits>
 
 #include "core/detail/handles.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/pixel_types.hpp"
+#include "core/detail/size.hpp"
 #include "ox_volume.h"
 
 namespace ox::detail {
@@ -17,31 +17,28 @@ using VolumePtr = Owned<oxVolume, oxVolumeRelease>;                             
 using VolumeHeaderPtr = Owned<oxVolume, oxVolumeReleaseHeader>;                 // header only
 using SeparateVolumePtr = Owned<oxVolume, oxVolumeReleaseWithSeparatePlanes>;   // one buffer per plane
 
-// Product of non-negative factors, or -1 when a factor is negative or the
-// product leaves int64. Sizes are never validated by the callers, so every
-// byte count goes through here before it reaches an allocation or a walk.
-inline int64_t checkedProduct(std::initializer_list<int64_t> factors) noexcept {
-    int64_t p = 1;
-    for (int64_t f : factors) {
-        if (f < 0 || __builtin_mul_overflow(p, f, &p)) return -1;
-    }
-    return p;
-}
+// width * height * depth; nullopt for a negative size or a count that no
+// buffer can have. Sizes are never validated by the callers, so every count
+// goes through the checked products before it reaches an allocation or a
+// walk.
+inline Count elementCount(const oxVolume* v) noexcept { return checkedProduct({v->width, v->height, v->depth}); }
 
-// width * height * depth, or -1 (negative size or overflow).
-inline int64_t elementCount(const oxVolume* v) noexcept { return checkedProduct({v->width, v->height, v->depth}); }
+// Bytes of the elements, E * width * height * depth (no channel factor).
+inline Count elementBytes(const oxVolume* v) noexcept {
+    return checkedProduct({v->width, v->height, v->depth, elementSize(v->type)});
+}
 
 inline bool hasPlaneZero(const oxVolume* v) noexcept { return v->depth >= 1 && v->planes && v->planes[0]; }
 
 // Channel count of plane 0's encoding; 1 when there is no plane 0. An
-// invalid encoding gives -1, which makes every byte count built on it -1.
+// invalid encoding gives -1, so that no byte count can be built on it.
 inline int32_t planeChannels(const oxVolume* v) noexcept {
     return hasPlaneZero(v) ? channelCount(v->planes[0]->encoding) : 1;
 }
 
 // Bytes from one plane to the next in the contiguous layout:
-// width * height * E * C, or -1.
-inline int64_t planeStride(const oxVolume* v) noexcept {
+// width * height * E * C; nullopt when there is no such count.
+inline Count planeStride(const oxVolume* v) noexcept {
     return checkedProduct({v->width, v->height, elementSize(v->type), planeChannels(v)});
 }
 

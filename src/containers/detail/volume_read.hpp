@@ -15,14 +15,18 @@ namespace ox::detail {
 
 struct VolumeReader {
     const oxVolume* v;
+    // A plane of these sizes is a buffer that can exist; otherwise no
+    // element is read at all.
+    bool planesFit;
     mutable bool ok = true;
 
-    explicit VolumeReader(const oxVolume* volume) noexcept : v(volume) {}
+    explicit VolumeReader(const oxVolume* volume) noexcept
+        : v(volume), planesFit(checkedProduct({volume->width, volume->height, elementSize(volume->type)}).has_value()) {}
 
     // Element (x, y) of plane z, read as type Code.
     template <int32_t Code> double read(int64_t x, int64_t y, int64_t z) const noexcept {
         const oxImage* plane = planeAt(v, z);
-        if (!plane || !plane->data || x < 0 || x >= v->width || y < 0 || y >= v->height) {
+        if (!planesFit || !plane || !plane->data || x < 0 || x >= v->width || y < 0 || y >= v->height) {
             ok = false;
             return 0.0;
         }

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "core/detail/pixel_types.hpp"
+#include "core/detail/size.hpp"
 #include "ox_image.h"
 
 namespace ox::detail {
@@ -25,10 +26,17 @@ inline Steps stepsOf(const oxImage* img) noexcept {
     return {pixel, img->width * pixel, (static_cast<int64_t>(img->width) - img->roi.width) * pixel};
 }
 
-// Bytes in the whole buffer: height * width * channels * element size.
-inline int64_t bufferBytes(const oxImage* img) noexcept {
-    return static_cast<int64_t>(img->height) * img->width * channelCount(img->encoding) * elementSize(img->type);
+// Bytes in the whole buffer: height * width * channels * element size;
+// nullopt when the record describes no buffer that can exist (a negative
+// size, an invalid encoding, or a count that would wrap). Every walk tests
+// this before it forms an address, so a header with absurd sizes is
+// refused instead of followed.
+inline Count bufferBytes(const oxImage* img) noexcept {
+    return checkedProduct({img->height, img->width, channelCount(img->encoding), elementSize(img->type)});
 }
+
+// Pixels behind the record, and sizes that describe a buffer.
+inline bool hasBuffer(const oxImage* img) noexcept { return img->data != nullptr && bufferBytes(img).has_value(); }
 
 // True when a cols x rows block starting at the ROI origin of `img` lies
 // inside the image. The walks that advance every image by its own steps
@@ -36,8 +44,8 @@ inline int64_t bufferBytes(const oxImage* img) noexcept {
 // mismatched ROI is refused instead of running off a buffer.
 inline bool roiBlockFits(const oxImage* img, int64_t cols, int64_t rows) noexcept {
     const oxRect& r = img->roi;
-    return img->data != nullptr && r.x >= 0 && r.y >= 0 && cols >= 0 && rows >= 0 && isValidEncoding(img->encoding) &&
-           r.x + cols <= img->width && r.y + rows <= img->height;
+    return hasBuffer(img) && r.x >= 0 && r.y >= 0 && cols >= 0 && rows >= 0 && r.x + cols <= img->width &&
+           r.y + rows <= img->height;
 }
 
 inline bool roiInside(const oxImage* img) noexcept { return roiBlockFits(img, img->roi.width, img->roi.height); }
@@ -50,9 +58,11 @@ inline bool roiWalkFits(const oxImage* img, int64_t cols, int64_t rows) noexcept
     if (!roiInside(img) || cols < 0 || rows < 0) return false;
     if (cols == 0 || rows == 0) return true;
     const Steps s = stepsOf(img);
-    const int64_t origin = img->roi.y * s.row + img->roi.x * s.pixel;
-    const int64_t end = origin + (rows - 1) * (cols * s.pixel + s.roiSkip) + cols * s.pixel;
-    return end <= bufferBytes(img);
+    const Count origin = checkedSum({img->roi.y * s.row, img->roi.x * s.pixel});
+    const Count perRow = checkedSum({cols * s.pixel, s.roiSkip});
+    const Count drift = perRow ? checkedProduct({rows - 1, *perRow}) : std::nullopt;
+    const Count end = origin && drift ? checkedSum({*origin, *drift, cols * s.pixel}) : std::nullopt;
+    return end && *end <= *bufferBytes(img);
 }
 
 // A pointer that walks an image's ROI: it starts at the first ROI pixel,

@@ -3,13 +3,15 @@
 // lie channel-count bytes apart, rows width times that, and channels 1-3 sit
 // at the byte offsets oxImageGetChannelOffset reports, whatever the pixel
 // type. For every known type these addresses stay inside the buffer the
-// record describes, so a stage only has to know that the buffer is there.
+// record describes, so a stage only has to know that the buffer is there
+// and that the record's sizes describe one.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 #include <type_traits>
 
+#include "core/detail/image_view.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "core/detail/status.hpp"
 #include "ox_image.h"
@@ -19,9 +21,10 @@ namespace ox::detail {
 inline bool hasPixels(const oxImage* img) noexcept { return img->height > 0 && img->width > 0; }
 
 // True when every byte a stage may address exists: a valid encoding, and a
-// known pixel type and pixels behind a non-empty image.
+// known pixel type, sizes that describe a buffer and pixels behind a
+// non-empty image.
 inline bool walkable(const oxImage* img) noexcept {
-    return isValidEncoding(img->encoding) && (!hasPixels(img) || (isKnownType(img->type) && img->data != nullptr));
+    return isValidEncoding(img->encoding) && (!hasPixels(img) || (isKnownType(img->type) && hasBuffer(img)));
 }
 
 // True when `outer` has a pixel at every row and column of `inner`.

@@ -6,7 +6,8 @@
 #   scripts/fuzz.sh --smoke [SECONDS] every target for SECONDS (default 30),
 #                                    two at a time; non-zero on any finding
 #   scripts/fuzz.sh --list           the target names
-#   scripts/fuzz.sh --seeds          rewrite the committed seed corpus
+#   scripts/fuzz.sh --seeds          rewrite the committed seed corpus (the
+#                                    inputs of past findings, finding-*, stay)
 #
 # A finding leaves its input in build/fuzz/findings/ and the run's log in
 # build/fuzz/logs/. Replay one with: build/fuzz/tests/fuzz/fuzz_TARGET FILE
@@ -18,7 +19,7 @@ seeds=$root/tests/fuzz/corpus
 targets=(image_dump volume_dump picture_reader effects resize lens convert blur convolution bilateral bilateral3d)
 
 usage() {
-  sed -n '3,12p' "$0" | sed 's/^# \{0,1\}//' >&2
+  sed -n '3,13p' "$0" | sed 's/^# \{0,1\}//' >&2
   exit 2
 }
 
@@ -57,7 +58,8 @@ case "${1:-}" in
   --list) printf '%s\n' "${targets[@]}" ;;
   --seeds)
     build_targets
-    rm -rf "$seeds"
+    # The inputs of past findings (finding-*) stay.
+    [ -d "$seeds" ] && find "$seeds" -type f ! -name 'finding-*' -delete
     "$build/tests/fuzz/fuzz_make_seeds" "$seeds"
     ;;
   --smoke)

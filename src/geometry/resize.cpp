@@ -303,9 +303,9 @@ OX_API uint32_t oxResizeGetTempBufferSize(const oxImage* src, const oxImage* dst
 OX_API int32_t oxResize(const oxImage* src, oxImage* dst, int32_t mode, const volatile int32_t* reserved) {
     (void)reserved;
     if (!src || !dst) return code(Status::Refused);
-    if (mode == -1) return code(resizeNearest(src, dst));
     // A ROI that would be refused must not first cost a scratch of its size.
     if (!roisUsable(src, dst)) return code(Status::Refused);
+    if (mode == -1) return code(resizeNearest(src, dst));
     const uint64_t bytes = tempBytes(src, dst, mode);
     if (bytes > UINT32_MAX) return code(Status::Refused);  // beyond what the size query can report
     return withScratch(bytes, false, [&](uint8_t* buffer) { return code(resizeOpt(src, dst, mode, buffer)); });

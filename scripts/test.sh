@@ -17,3 +17,5 @@ echo "== Release build"
 run_suite build/release -DCMAKE_BUILD_TYPE=Release
 echo "== AddressSanitizer + UndefinedBehaviorSanitizer build"
 run_suite build/asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DOX_SANITIZE=ON
+echo "== Fuzz smoke (libFuzzer, every target for 30 s)"
+scripts/fuzz.sh --smoke 30

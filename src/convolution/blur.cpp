@@ -308,6 +308,10 @@ OX_API int32_t oxBlurFilter(const oxBlurParams* params, const oxImage* src, oxIm
 OX_API int32_t oxBlurFilter1C(const oxBlurParams* params, const oxImage* src, oxImage* dst,
                               const volatile int32_t* abortFlag) {
     if (!params || !src || !dst) return code(Status::Refused);
+    // An image of an invalid encoding describes no buffer to read a plane
+    // from (its row step is negative). The other forms refuse it through the
+    // encoding check before they get here.
+    if (!isValidEncoding(src->encoding) || !isValidEncoding(dst->encoding)) return code(Status::Refused);
     return code(blur1C(*params, src, dst, abortFlag));
 }
 

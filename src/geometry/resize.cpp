@@ -312,6 +312,8 @@ OX_API uint32_t oxResizeGetTempBufferSize(const oxImage* src, const oxImage* dst
 OX_API int32_t oxResize(const oxImage* src, oxImage* dst, int32_t mode, const volatile int32_t* reserved) {
     (void)reserved;
     if (!src || !dst) return code(Status::Refused);
+    // A ROI that would be refused must not first cost a scratch of its size.
+    if (!roisUsable(src, dst)) return code(Status::Refused);
     if (mode == -1) return code(resizeNearest(src, dst));
     if (tempTooLarge(src, dst, mode)) return code(Status::Refused);
     return withScratch(sizeOrZero(tempBytes(src, dst, mode)), false,

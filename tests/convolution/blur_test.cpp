@@ -119,3 +119,26 @@ TEST(BoxBlur, RefusalsAndAbortLeaveDestinationUnwritten) {
         EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(byteCount(dst.get()), 7)) << c.name;
     }
 }
+
+TEST(BoxBlur, OneChannelFormRefusesAnInvalidEncoding) {
+    struct Case {
+        const char* name;
+        int32_t srcEnc, dstEnc, rx, ry;
+    } cases[] = {
+        {"source above 4", 5, OX_GRAY, 1, 1},
+        {"destination negative", OX_GRAY, -1, 1, 0},
+        {"no pass to run", 5, 5, 0, 0},
+    };
+    for (const Case& c : cases) {
+        std::vector<uint8_t> in(24, 50), out(24, 7);
+        oxImage* src = oxImageCreateHeader(6, 4, c.srcEnc);
+        oxImage* dst = oxImageCreateHeader(6, 4, c.dstEnc);
+        src->data = in.data();
+        dst->data = out.data();
+        const oxBlurParams p{c.rx, c.ry};
+        EXPECT_EQ(oxBlurFilter1C(&p, src, dst, nullptr), 1) << c.name;
+        EXPECT_EQ(out, std::vector<uint8_t>(24, 7)) << c.name;
+        oxImageReleaseHeader(&src);
+        oxImageReleaseHeader(&dst);
+    }
+}

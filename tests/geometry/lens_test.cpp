@@ -61,6 +61,10 @@ TEST(LensDistortion, MappingHashAndCropRectangle) {
 TEST(LensDistortion, RefusalsAndAbortLeaveTheDestinationUntouched) {
     Image src = noise(40, 30, OX_BGR, OX_8U, 1), dst = noise(40, 30, OX_BGR, OX_8U, 2);
     Image narrow = noise(1, 30, OX_BGR, OX_8U, 3), wide = make(40, 30, OX_BGR, OX_16U);
+    // The crop is resized into the destination's ROI: one far outside the
+    // image is refused without a scratch of its size.
+    Image farRoi = noise(40, 30, OX_BGR, OX_8U, 4);
+    farRoi->roi = {0, 0, 100000000, 100000000};
     const int32_t set = 1;
     struct Case {
         oxLensDistortionParams p;
@@ -73,7 +77,8 @@ TEST(LensDistortion, RefusalsAndAbortLeaveTheDestinationUntouched) {
                  {{0.5f, 5.0f, 0.5f, 1}, src.get(), dst.get(), nullptr, 1},  // rectangle off the image
                  {{0.5f, 0.5f, 0.5f, 0}, src.get(), narrow.get(), nullptr, 1},
                  {{0.5f, 0.5f, 0.5f, 1}, narrow.get(), dst.get(), nullptr, 1},
-                 {{0.5f, 0.5f, 0.5f, 1}, wide.get(), dst.get(), nullptr, 1}};
+                 {{0.5f, 0.5f, 0.5f, 1}, wide.get(), dst.get(), nullptr, 1},
+                 {{0.5f, 0.5f, 0.5f, 1}, src.get(), farRoi.get(), nullptr, 1}};
     for (const Case& c : cases) {
         const uint64_t before = hashImage(c.dst);
         EXPECT_EQ(run(c.p, c.src, c.dst, c.abort), c.code) << c.p.amount << " " << c.p.cx;

@@ -146,6 +146,8 @@ TEST(Resize, RefusesWhatCannotRun) {
         {"empty ROI, nearest", -1, OX_8U, OX_8U, OX_GRAY, {0, 0, 4, 0}, full},
         {"ROI past the edge", 0, OX_8U, OX_8U, OX_GRAY, {1, 0, 4, 3}, full},
         {"target ROI past the edge, nearest", -1, OX_8U, OX_8U, OX_GRAY, full, {0, -1, 4, 3}},
+        // Refused before a scratch of the ROI's size (here 3 GB) is allocated.
+        {"target ROI of gigabytes", 0, OX_8U, OX_8U, OX_GRAY, full, {0, 0, 130000000, 130000000}},
     };
     for (const Case& c : cases) {
         Image src = noise(4, 3, OX_GRAY, c.srcType, 1), dst = make(4, 3, c.dstEnc, c.dstType);

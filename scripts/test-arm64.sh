@@ -31,7 +31,7 @@ if ((${#missing[@]})); then
 fi
 
 scripts/fetch-photos.sh >/dev/null
-cmake -S . -B "$dir" -DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake -DCMAKE_BUILD_TYPE=Release \
+cmake -S . -B "$dir" -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/aarch64-linux-gnu.cmake" -DCMAKE_BUILD_TYPE=Release \
   -DOX_BUILD_BENCHMARKS=OFF >/dev/null
 cmake --build "$dir" -j "$(nproc)"
 ctest --test-dir "$dir" -j "$(nproc)" --output-on-failure

@@ -4,8 +4,9 @@
 // argument in 1600 of those a resize uses), and the weights go on into
 // sums, so one bit would change the resized doubles. This one uses only
 // additions, subtractions and multiplications, each rounded once, so it
-// gives the same bits everywhere; it carries about 100 bits (double-double
-// arithmetic) and so returns the correctly rounded sine.
+// gives the same bits everywhere. It carries about 100 bits (double-double
+// arithmetic): on every argument of the resizes between lengths 1 and 256,
+// and on 200000 others, it returned the correctly rounded sine.
 #pragma once
 
 #include <cmath>

@@ -12,6 +12,7 @@
 #include "core/detail/pixel_types.hpp"
 #include "core/detail/planes.hpp"
 #include "core/detail/status.hpp"
+#include "geometry/detail/sine.hpp"
 #include "ox_resize.h"
 
 using namespace ox::detail;
@@ -26,7 +27,8 @@ double lanczos(double a, double x) {
     if (!(std::fabs(x) < a)) return 0.0;  // NaN lands here too
     const double px = kPi * x;
     const double pxa = (x / a) * kPi;
-    return (std::sin(px) / px) * (std::sin(pxa) / pxa);
+    // The library's own sine: the same bits on every processor.
+    return (sine(px) / px) * (sine(pxa) / pxa);
 }
 
 // Seven taps around x = j * ns / nd with weights taken at d + k, d = 1 -

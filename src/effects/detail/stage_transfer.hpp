@@ -1,8 +1,10 @@
 // The transfer curve: a gain per neighbourhood brightness, taken from the
 // inverse of a segment of the logistic function 1 / (1 + exp(-k x)). All
 // arithmetic is single precision in the order written; exp and log run in
-// double on the float argument and are rounded back to float, so the table
-// is the same on every processor.
+// double on the float argument and are rounded back to float, which gives
+// the same float with every maths library accurate to one unit (with the
+// few exceptions of log fixed below), so the table is the same on every
+// processor.
 #pragma once
 
 #include <cmath>
@@ -13,7 +15,28 @@
 namespace ox::detail {
 
 inline float expViaDouble(float x) noexcept { return static_cast<float>(std::exp(static_cast<double>(x))); }
-inline float logViaDouble(float x) noexcept { return static_cast<float>(std::log(static_cast<double>(x))); }
+// For 14 of the 2^31 positive floats the logarithm lies within one unit of
+// the double from a point halfway between two floats, so a maths library
+// accurate to one unit may round it either way; their results are fixed
+// here, as the library has always returned them. Every other float rounds
+// to the same float with any such library (tests/platform/libm_check.cpp
+// tries them all), and exp has no such argument.
+struct FixedLog {
+    float x, log;
+};
+inline constexpr FixedLog kFixedLogs[] = {
+    {0x1.917748p-100f, -0x1.137588p+6f}, {0x1.22d57p-65f, -0x1.676a7cp+5f},  {0x1.b97c7p-14f, -0x1.251748p+3f},
+    {0x1.f0ddep-8f, -0x1.38733cp+2f},    {0x1.827a74p-7f, -0x1.1c2b2p+2f},   {0x1.2f1fd6p+3f, 0x1.1fcbdp+1f},
+    {0x1.cb534cp+13f, 0x1.330e4ap+3f},   {0x1.bacb4ap+25f, 0x1.1e0694p+4f},  {0x1.c09d7cp+27f, 0x1.346a58p+4f},
+    {0x1.d1309cp+62f, 0x1.5c9442p+5f},   {0x1.b121a6p+76f, 0x1.a9a3fp+5f},   {0x1.5190cp+78f, 0x1.b2bc8cp+5f},
+    {0x1.6351d8p+95f, 0x1.08b51p+6f},    {0x1.cfd86ep+116f, 0x1.43ff6ep+6f},
+};
+
+inline float logViaDouble(float x) noexcept {
+    for (const FixedLog& f : kFixedLogs)
+        if (x == f.x) return f.log;
+    return static_cast<float>(std::log(static_cast<double>(x)));
+}
 
 // Lower end of the segment before the strength: -6 for a dark image, -3
 // for a bright one, linear in between.

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -217,6 +218,36 @@ TEST_F(OxfxTest, DemoWritesTheThreeEffectsOfTheGeneratedScene) {
     for (const std::string& name : listing("show")) {
         EXPECT_NE(r.out.find("show/" + name + "\n"), std::string::npos) << r.out;
         expectPicture("show/" + name, 720, 480);
+    }
+}
+
+TEST_F(OxfxTest, NoArgumentsPrintTheUsageAndExit2) {
+    const Result r = oxfx({});
+    EXPECT_EQ(r.status, 2);
+    for (const char* text : {"usage: oxfx COMMAND", "simplify", "tiltshift", "enhance", "demo"})
+        EXPECT_NE((r.out + r.err).find(text), std::string::npos) << text;
+    EXPECT_TRUE(listing().empty());
+}
+
+// Both ends of every option's range, as each command's help states it, are
+// accepted (a refused command line exits 2). JPEG's quality runs from 1 to 100.
+TEST_F(OxfxTest, OptionLimitsAreAccepted) {
+    fs::create_directories(work() / "in");
+    writePicture("in/a.jpg", 48, 40);
+    const std::regex option(R"(--([a-z-]+) [A-Z]+ +[^\n]*\(([-+.e0-9]+) to ([-+.e0-9]+); default)");
+    for (const char* command : {"simplify", "tiltshift", "enhance"}) {
+        const std::string help = oxfx({command, "--help"}).out;
+        std::vector<std::string> low{command, "in", "low"}, high{command, "in", "high"};
+        for (std::sregex_iterator m(help.begin(), help.end(), option), end; m != end; ++m) {
+            low.push_back("--" + (*m)[1].str() + "=" + (*m)[2].str());
+            high.push_back("--" + (*m)[1].str() + "=" + (*m)[3].str());
+        }
+        ASSERT_NE(std::find(low.begin(), low.end(), "--quality=1"), low.end()) << help;
+        ASSERT_NE(std::find(high.begin(), high.end(), "--quality=100"), high.end()) << help;
+        for (const auto& args : {low, high}) {
+            const Result r = oxfx(args);
+            EXPECT_NE(r.status, 2) << command << ": " << r.err;
+        }
     }
 }
 

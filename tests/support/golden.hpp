@@ -9,9 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
-
 #include "support/photos.hpp"
 
 namespace oxtest::golden {
@@ -39,11 +36,6 @@ inline Image resized(Image photo, const Source& s) {
     Image img = make(s.w, s.h, OX_BGR);
     EXPECT_EQ(oxResize(photo.get(), img.get(), 0, nullptr), 0);
     return img;
-}
-
-inline std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 // The reference files' contents for a w x h output.

@@ -15,12 +15,12 @@
 #include <random>
 #include <regex>
 #include <set>
-#include <sstream>
 
 #include "image_io.hpp"
 #include "support/test_support.hpp"
 
 namespace fs = std::filesystem;
+using oxtest::slurp;
 
 namespace {
 
@@ -34,13 +34,6 @@ std::string quote(const std::string& arg) {
     std::string q = "'";
     for (char c : arg) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return q + "'";
-}
-
-std::string slurp(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 size_t lineCount(const std::string& text) { return static_cast<size_t>(std::count(text.begin(), text.end(), '\n')); }

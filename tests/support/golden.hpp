@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "support/photos.hpp"
 
 namespace oxtest::golden {

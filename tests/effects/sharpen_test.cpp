@@ -90,12 +90,7 @@ TEST(Detail, RefusalsLeaveDestination) {
 }
 
 // Whole 4-channel outputs, so that faster forms cannot change a bit unnoticed.
-TEST(Detail, GoldenHashesAndDefaults) {
-    oxHighBoostParams* hp = oxHighBoostParamsDefault();
-    oxSharpenParams* sp = oxSharpenParamsDefault();
-    EXPECT_TRUE(hp->blur.radiusX == 1 && hp->blur.radiusY == 1 && sp->amount == 0.30000001192092896);
-    oxHighBoostParamsRelease(&hp);
-    oxSharpenParamsRelease(&sp);
+TEST(Detail, GoldenHashes) {
     const oxHighBoostParams p{1, {3, 2}, 0.9f, 2};
     Image src = noise(31, 17, OX_RGBA, OX_8U, 9), dst = noise(31, 17, OX_RGBA, OX_8U, 10);
     ASSERT_EQ(oxHighBoostFilter(&p, src.get(), dst.get(), nullptr), 0);

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -14,12 +13,6 @@ struct LoggerDeleter {
     void operator()(oxLogger* p) const { oxLoggerRelease(&p); }
 };
 using Logger = std::unique_ptr<oxLogger, LoggerDeleter>;
-
-std::string readFile(const std::string& path) {
-    std::stringstream s;
-    s << std::ifstream(path).rdbuf();
-    return s.str();
-}
 
 template <class F> std::string console(F&& f) {
     testing::internal::CaptureStdout();
@@ -82,7 +75,7 @@ TEST(Logger, ModesChooseOutputsAndOnlyFileModesTruncate) {
         oxLoggerSetLevel(log.get(), 0);
         oxLoggerSetMode(log.get(), c.mode, path.c_str(), c.truncate, nullptr, nullptr);
         EXPECT_EQ(console([&] { oxLoggerPrint(log.get(), 0, "x"); }), c.out) << c.mode;
-        EXPECT_EQ(readFile(path), c.file) << c.levels << "/" << c.mode << "/" << c.truncate;
+        EXPECT_EQ(oxtest::slurp(path), c.file) << c.levels << "/" << c.mode << "/" << c.truncate;
     }
 }
 
@@ -100,7 +93,7 @@ TEST(Logger, ReferenceFileIsComparedLineByLineThenAsEmpty) {
     EXPECT_EQ(comparisons, std::vector<std::string>({"0|[Log Level 0]: a\n|[Log Level 0]: a\n",
                                                      "1|[Log Level 0]: zzz\n|[Log Level 0]: b\n",
                                                      "-1||[Log Level 0]: c\n"}));
-    EXPECT_EQ(readFile(path), "[Log Level 0]: a\n[Log Level 0]: b\n[Log Level 0]: c\n");
+    EXPECT_EQ(oxtest::slurp(path), "[Log Level 0]: a\n[Log Level 0]: b\n[Log Level 0]: c\n");
 }
 
 TEST(LoggerRegistry, ReleasingOneLoggerUnregistersEveryLoggerOfItsCode) {

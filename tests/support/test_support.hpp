@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <initializer_list>
+#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
@@ -93,6 +95,12 @@ template <class T> T at(const oxImage* img, size_t index) {
     T v;
     std::memcpy(&v, img->data + index * sizeof(T), sizeof v);
     return v;
+}
+
+// The whole file, or "" when it cannot be read.
+inline std::string slurp(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 // A fresh, empty folder for one test, removed when the object goes away.

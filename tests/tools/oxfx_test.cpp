@@ -13,13 +13,14 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <regex>
 #include <set>
-#include <sstream>
 
 #include "image_io.hpp"
 #include "support/test_support.hpp"
 
 namespace fs = std::filesystem;
+using oxtest::slurp;
 
 namespace {
 
@@ -33,13 +34,6 @@ std::string quote(const std::string& arg) {
     std::string q = "'";
     for (char c : arg) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return q + "'";
-}
-
-std::string slurp(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 size_t lineCount(const std::string& text) { return static_cast<size_t>(std::count(text.begin(), text.end(), '\n')); }
@@ -220,25 +214,46 @@ TEST_F(OxfxTest, DemoWritesTheThreeEffectsOfTheGeneratedScene) {
     }
 }
 
-TEST_F(OxfxTest, HelpShowsEveryOptionWithItsDefault) {
-    const std::pair<const char*, std::vector<const char*>> commands[] = {
-        {"simplify", {"--iterations N", "--range-factor X", "--saturation X", "--quality N", "--jobs N"}},
-        {"tiltshift", {"--strength X", "--lens X", "--ax X", "--ay Y", "--bx X", "--by Y"}},
-        {"enhance", {"--steepness X"}},
-        {"demo", {"--photo FILE", "--synthetic"}},
-    };
-    for (const auto& [command, options] : commands) {
-        const Result r = oxfx({command, "--help"});
-        EXPECT_EQ(r.status, 0);
-        for (const char* option : options) {
-            const size_t at = r.out.find(option);
-            ASSERT_NE(at, std::string::npos) << command << " " << option;
-            const std::string line = r.out.substr(at, r.out.find('\n', at) - at);
-            if (std::string(command) != "demo") {
-                EXPECT_NE(line.find("default"), std::string::npos) << line;
-            }
+TEST_F(OxfxTest, NoArgumentsPrintTheUsageAndExit2) {
+    const Result r = oxfx({});
+    EXPECT_EQ(r.status, 2);
+    for (const char* text : {"usage: oxfx COMMAND", "simplify", "tiltshift", "enhance", "demo"})
+        EXPECT_NE((r.out + r.err).find(text), std::string::npos) << text;
+    EXPECT_TRUE(listing().empty());
+}
+
+// Each command's help lists its options with range and default, and both
+// ends of every range are accepted (a refused command line exits 2); JPEG's
+// quality runs from 1 to 100.
+TEST_F(OxfxTest, HelpListsEveryOptionAndItsLimitsAreAccepted) {
+    fs::create_directories(work() / "in");
+    writePicture("in/a.jpg", 48, 40);
+    const std::regex option(R"(--([a-z-]+) [A-Z]+ +[^\n]*\(([-+.e0-9]+) to ([-+.e0-9]+); default)");
+    const std::pair<const char*, std::string> commands[] = {
+        {"simplify", "iterations range-factor saturation quality jobs "},
+        {"tiltshift", "strength lens ax ay bx by quality jobs "},
+        {"enhance", "steepness quality jobs "}};
+    for (const auto& [command, names] : commands) {
+        const Result help = oxfx({command, "--help"});
+        EXPECT_EQ(help.status, 0);
+        std::string listed;
+        std::vector<std::string> low{command, "in", "low"}, high{command, "in", "high"};
+        for (std::sregex_iterator m(help.out.begin(), help.out.end(), option), end; m != end; ++m) {
+            listed += (*m)[1].str() + " ";
+            low.push_back("--" + (*m)[1].str() + "=" + (*m)[2].str());
+            high.push_back("--" + (*m)[1].str() + "=" + (*m)[3].str());
+        }
+        EXPECT_EQ(listed, names) << help.out;
+        EXPECT_NE(std::find(low.begin(), low.end(), "--quality=1"), low.end());
+        EXPECT_NE(std::find(high.begin(), high.end(), "--quality=100"), high.end());
+        for (const auto& args : {low, high}) {
+            const Result r = oxfx(args);
+            EXPECT_NE(r.status, 2) << command << ": " << r.err;
         }
     }
+    const Result demo = oxfx({"demo", "--help"});
+    EXPECT_EQ(demo.status, 0);
+    EXPECT_TRUE(demo.out.find("--photo FILE") != std::string::npos && demo.out.find("--synthetic") != std::string::npos);
     EXPECT_EQ(oxfx({"--version"}).status, 0);
 }
 

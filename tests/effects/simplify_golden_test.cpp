@@ -37,7 +37,7 @@ TEST_P(SimplifyGolden, OutputBytes) {
     const Golden& g = GetParam();
     Image src = g.photo ? loadPhoto(g.photo) : noise(g.w, g.h, OX_BGR, OX_8U, 42);
     if (!src) GTEST_SKIP() << "photograph " << g.photo << " not fetched";
-    if (Image big = make(g.w, g.h, OX_BGR); g.photo && g.w && oxResize(src.get(), big.get(), 0, nullptr) == 0)
+    if (Image big = make(g.w, g.h, OX_BGR); g.photo && g.w && oxResize(src.get(), big.get(), OX_RESIZE_BILINEAR, nullptr) == 0)
         src = std::move(big);
     Image dst = make(src->width, src->height, OX_BGR);
     oxImage* out = g.inPlace ? src.get() : dst.get();

@@ -27,6 +27,7 @@ void removePartialOutputsOnSignal() {
             while (sigwait(&stops, &signal) != 0) {
             }
             const size_t removed = oxio::removePartialOutputsForExit();
+            std::fflush(stdout);
             if (isatty(STDERR_FILENO)) std::fputs("\r\033[K", stderr);
             std::fprintf(stderr, "oxfx: stopped by %s; %zu unfinished output%s removed\n",
                          signal == SIGINT ? "SIGINT" : "SIGTERM", removed, removed == 1 ? "" : "s");

@@ -21,6 +21,14 @@ OX_BEGIN_DECLS
 #  define OX_PRINTF_LIKE(fmt, args)
 #endif
 
+/* Output modes (oxLogger.mode, oxLoggerSetMode); plain integers work
+ * alike, and any other value emits nothing. */
+enum {
+    OX_LOG_CONSOLE = 0,         /* standard output */
+    OX_LOG_FILE = 1,            /* appended to the log file */
+    OX_LOG_CONSOLE_AND_FILE = 2 /* both */
+};
+
 /* Length of the code, of every prefix and of every formatted message
  * buffer, terminating NUL included. */
 #define OX_LOGGER_TEXT_SIZE 1000
@@ -36,7 +44,7 @@ typedef struct oxLogger {
     int32_t levelCount;             /* levels 0..levelCount-1; below 1 the logger is inert */
     int32_t level;                  /* threshold: level m is emitted when m <= level; -1 at start */
     char** levelMessages;           /* levelCount owned prefix buffers of OX_LOGGER_TEXT_SIZE bytes */
-    int32_t mode;                   /* 0 console, 1 file, 2 both; other values emit nothing */
+    int32_t mode;                   /* OX_LOG_CONSOLE, OX_LOG_FILE or OX_LOG_CONSOLE_AND_FILE */
     const char* filePath;           /* log file path, not owned: the caller keeps it alive */
     FILE* compareStream;            /* reference file being replayed (owned), or null */
     oxLoggerCompareCallback compareCallback;

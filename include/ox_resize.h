@@ -2,11 +2,12 @@
  * scale factors being the ratios of the ROI sizes, and the Lanczos
  * resampling of sampled 1-D functions.
  *
- * Modes: -1 nearest neighbour (any pixel type, whole pixels copied);
- * 0 bilinear for OX_8U in fixed point, rounded to nearest; 1 Lanczos
- * (a = 3) for OX_64F with values in 0..1, results clamped to 0..1. Modes
- * other than -1 and 1 take the bilinear path in oxResizeOpt and
- * oxResize1C.
+ * Modes (named below; plain integers work alike): OX_RESIZE_NEAREST (-1)
+ * nearest neighbour (any pixel type, whole pixels copied);
+ * OX_RESIZE_BILINEAR (0) bilinear for OX_8U in fixed point, rounded to
+ * nearest; OX_RESIZE_LANCZOS (1) Lanczos (a = 3) for OX_64F with values in
+ * 0..1, results clamped to 0..1. Modes other than -1 and 1 take the
+ * bilinear path in oxResizeOpt and oxResize1C.
  *
  * Results: 0 done; 1 refused input or exhausted memory. Refused input:
  * null images or pixels, an empty ROI on either side, a ROI outside its
@@ -24,6 +25,13 @@
 
 OX_BEGIN_DECLS
 
+/* Resize modes. */
+enum {
+    OX_RESIZE_NEAREST = -1, /* nearest neighbour, any pixel type */
+    OX_RESIZE_BILINEAR = 0, /* bilinear, OX_8U */
+    OX_RESIZE_LANCZOS = 1   /* Lanczos, a = 3, OX_64F (and oxResizeFunction) */
+};
+
 /* The Lanczos window of half width a at x: 1 at 0, 0 where |x| >= a or x
  * is NaN, sinc(x) * sinc(x / a) in between. */
 OX_API double oxLanczosFunction(double a, double x);
@@ -35,7 +43,8 @@ OX_API double oxLanczosFunction(double a, double x);
  * when either count is below 1. */
 OX_API void oxLanczosResizeFunction(const oxFunction* src, oxFunction* dst);
 
-/* oxLanczosResizeFunction(src, dst) and 0 when `mode` is 1, else 1. */
+/* oxLanczosResizeFunction(src, dst) and 0 when `mode` is OX_RESIZE_LANCZOS,
+ * else 1. */
 OX_API int32_t oxResizeFunction(const oxFunction* src, oxFunction* dst, int32_t mode);
 
 /* Bytes of scratch that oxResizeOpt needs: (mode != 1 ? 8 * dst ROI height

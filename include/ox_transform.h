@@ -8,6 +8,12 @@
 
 OX_BEGIN_DECLS
 
+/* Sampling modes of oxImageTransform; plain integers work alike. */
+enum {
+    OX_TRANSFORM_NEAREST = -1, /* the value at the truncated position */
+    OX_TRANSFORM_BILINEAR = 0  /* bilinear between the four neighbours */
+};
+
 /* A mapping: destination position in, source position out. `params` is the
  * mapping's own parameter record. */
 typedef oxPoint2D (*oxBackMapping)(const oxPoint2D* p, const void* params);
@@ -50,7 +56,8 @@ OX_API oxPoint2D backScaling(const oxPoint2D* p, const void* params);
 /* For every pixel of the destination ROI (whole-image coordinates), maps
  * its position back with `mapping` and, when the result lies inside the
  * source ROI (bounds inclusive), stores the source value there: bilinear
- * for mode 0, at the truncated position for mode -1. Integer destinations
+ * for OX_TRANSFORM_BILINEAR, at the truncated position for
+ * OX_TRANSFORM_NEAREST. Integer destinations
  * take the value truncated toward zero to int32 and then to their width
  * (no clamping); float destinations narrow it. Pixels that map outside keep
  * their values. Returns 0; 1 for different pixel types, a source with more

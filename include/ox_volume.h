@@ -195,10 +195,13 @@ OX_API void oxVolumeSetVal(oxVolume* volume, double value);
  * in place allowed. Returns 0; 1 for another type, sizes or missing data. */
 OX_API int32_t oxVolumeInvert(const oxVolume* src, oxVolume* dst);
 
+/* The one mode of oxResize3D; the plain 0 works alike. */
+enum { OX_RESIZE3D_TRILINEAR = 0 };
+
 /* Trilinear resize of `src` into the contiguous bytes of `dst`: voxel
  * (x, y, z) samples src at (x / (dst width / src width), ...), clamped
  * into the source, truncated and stored as its low 8 bits. Returns 1
- * unless mode is 0, or when `dst` has planes but no byte buffer; 0
+ * unless mode is OX_RESIZE3D_TRILINEAR (0), or when `dst` has planes but no byte buffer; 0
  * otherwise (also when `dst` has no planes). */
 OX_API int32_t oxResize3D(const oxVolume* src, oxVolume* dst, int32_t mode);
 

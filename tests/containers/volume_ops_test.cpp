@@ -193,15 +193,15 @@ TEST(VolumeResize, TrilinearIntoBytes) {
                  {"shrink", volumeOf(4, 1, 1, OX_16U, {10, 20, 30, 40}), 2, 1, 1, {10, 30}}};
     for (const Case& c : cases) {
         VolumePtr dst(oxVolumeCreate(c.w, c.h, c.d));
-        ASSERT_EQ(oxResize3D(c.src.get(), dst.get(), 0), 0) << c.name;
+        ASSERT_EQ(oxResize3D(c.src.get(), dst.get(), OX_RESIZE3D_TRILINEAR), 0) << c.name;
         EXPECT_EQ(bytes(dst.get(), c.expected.size()), c.expected) << c.name;
     }
     VolumePtr src = ramp(2, 2, 2), dst(oxVolumeCreate(2, 2, 2)), none(oxVolumeCreate(2, 2, 0));
     VolumePtr noData(oxVolumeCreateHeader(2, 2, 2));
     EXPECT_EQ(oxResize3D(src.get(), dst.get(), 1), 1);
     EXPECT_EQ(dst->data[7], 0);
-    EXPECT_EQ(oxResize3D(src.get(), none.get(), 0), 0);
-    EXPECT_EQ(oxResize3D(src.get(), noData.get(), 0), 1);  // the bytes go into `data`
+    EXPECT_EQ(oxResize3D(src.get(), none.get(), OX_RESIZE3D_TRILINEAR), 0);
+    EXPECT_EQ(oxResize3D(src.get(), noData.get(), OX_RESIZE3D_TRILINEAR), 1);  // the bytes go into `data`
 }
 
 TEST(VolumeCopy, RoiPlanesThroughColourConversion) {

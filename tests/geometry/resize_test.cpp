@@ -52,7 +52,7 @@ TEST(Resize, BilinearWeightRoundsHalfDown) {
 
 TEST(Resize, EqualSizesReproduceInBilinearAndNearest) {
     for (int32_t encoding : {OX_GRAY, OX_BGR, OX_RGBA})
-        for (int32_t mode : {0, -1}) {
+        for (int32_t mode : {OX_RESIZE_BILINEAR, OX_RESIZE_NEAREST}) {
             Image src = noise(17, 5, encoding, OX_8U, 3);
             EXPECT_EQ(bytesOf(resized(src.get(), 17, 5, mode).get()), bytesOf(src.get())) << encoding << "/" << mode;
         }
@@ -67,7 +67,7 @@ TEST(Resize, BilinearIsPinned) {
 TEST(Resize, RoisSelectSourceAndTarget) {
     Image src = fromBytes(4, 3, OX_GRAY, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
     src->roi = {1, 1, 2, 2};
-    for (int32_t mode : {0, -1}) {
+    for (int32_t mode : {OX_RESIZE_BILINEAR, OX_RESIZE_NEAREST}) {
         Image dst = make(4, 2, OX_GRAY);
         std::fill_n(dst->data, 8, 0);
         dst->roi = {2, 0, 2, 2};
@@ -86,7 +86,7 @@ TEST(Resize, NearestCopiesWholePixelsOfAnyType) {
 TEST(Resize, ColourModesResampleEveryChannelLikeOneChannel) {
     struct Case {
         int32_t mode, type;
-    } cases[] = {{0, OX_8U}, {1, OX_64F}};
+    } cases[] = {{OX_RESIZE_BILINEAR, OX_8U}, {OX_RESIZE_LANCZOS, OX_64F}};
     for (const Case& c : cases) {
         Image src = noise(7, 5, OX_RGBA, c.type, 4), dst = resized(src.get(), 4, 9, c.mode);
         for (int32_t ch = 1; ch <= 4; ++ch) {
@@ -107,23 +107,23 @@ TEST(Resize, LanczosWindow) {
 }
 
 TEST(Resize, LanczosCentresOneSampleEarlyAndClampsToUnitRange) {
-    EXPECT_EQ(oxResizeFunction(nullptr, nullptr, 0), 1);
+    EXPECT_EQ(oxResizeFunction(nullptr, nullptr, OX_RESIZE_BILINEAR), 1);
     // Output (x, y) repeats input (x - 1, y - 1); row and column 0 repeat 0.
     Image src = fromValues<double>(3, 2, OX_GRAY, OX_64F, {0.5, 1.0, 0.0, 0.25, 0.75, 0.125});
-    const std::vector<double> got = doublesOf(resized(src.get(), 3, 2, 1).get()), shifted = {0.5, 0.5, 1, 0.5, 0.5, 1};
+    const std::vector<double> got = doublesOf(resized(src.get(), 3, 2, OX_RESIZE_LANCZOS).get()), shifted = {0.5, 0.5, 1, 0.5, 0.5, 1};
     for (size_t i = 0; i < 6; ++i) EXPECT_NEAR(got[i], shifted[i], 1e-12) << i;
     Image nan = fromValues<double>(3, 1, OX_GRAY, OX_64F, {0.5, NAN, 0});
-    EXPECT_EQ(doublesOf(resized(nan.get(), 2, 3, 1).get()), std::vector<double>(6, 1.0));
+    EXPECT_EQ(doublesOf(resized(nan.get(), 2, 3, OX_RESIZE_LANCZOS).get()), std::vector<double>(6, 1.0));
     Image edge = fromValues<double>(6, 1, OX_GRAY, OX_64F, {0, 0, 1, 1, 0, 0});  // lobes overshoot both ways
-    for (double v : doublesOf(resized(edge.get(), 4, 1, 1).get())) EXPECT_TRUE(v >= 0 && v <= 1) << v;
+    for (double v : doublesOf(resized(edge.get(), 4, 1, OX_RESIZE_LANCZOS).get())) EXPECT_TRUE(v >= 0 && v <= 1) << v;
 }
 
 TEST(Resize, ScratchSize) {
     struct Case {
         int32_t srcEnc, dstEnc, type, mode;
         uint32_t bytes;
-    } cases[] = {{OX_GRAY, OX_GRAY, OX_8U, 0, 8 * 4 + 16 * 10}, {OX_BGR, OX_BGR, OX_8U, 0, 8 * 4 + 16 * 10 + 15 + 40},
-                 {OX_RGBA, OX_BGR, OX_64F, 1, 15 * 8 + 40 * 8}, {OX_GRAY, OX_GRAY, OX_64F, 1, 0}};
+    } cases[] = {{OX_GRAY, OX_GRAY, OX_8U, OX_RESIZE_BILINEAR, 8 * 4 + 16 * 10}, {OX_BGR, OX_BGR, OX_8U, OX_RESIZE_BILINEAR, 8 * 4 + 16 * 10 + 15 + 40},
+                 {OX_RGBA, OX_BGR, OX_64F, OX_RESIZE_LANCZOS, 15 * 8 + 40 * 8}, {OX_GRAY, OX_GRAY, OX_64F, OX_RESIZE_LANCZOS, 0}};
     for (const Case& c : cases)
         EXPECT_EQ(oxResizeGetTempBufferSize(make(5, 3, c.srcEnc, c.type).get(), make(10, 4, c.dstEnc, c.type).get(), c.mode),
                   c.bytes);
@@ -136,18 +136,18 @@ TEST(Resize, RefusesWhatCannotRun) {
         int32_t mode, srcType, dstType, dstEnc;
         oxRect srcRoi, dstRoi;
     } cases[] = {
-        {"Lanczos into bytes", 1, OX_8U, OX_8U, OX_GRAY, full, full},
-        {"bilinear into doubles", 0, OX_64F, OX_64F, OX_GRAY, full, full},
-        {"types differ", 0, OX_16U, OX_8U, OX_GRAY, full, full},
-        {"unknown type, nearest", -1, 7, 7, OX_GRAY, full, full},
-        {"grey into colour", 0, OX_8U, OX_8U, OX_BGR, full, full},
-        {"empty source ROI", 0, OX_8U, OX_8U, OX_GRAY, {0, 0, 0, 3}, full},
-        {"empty target ROI", 0, OX_8U, OX_8U, OX_GRAY, full, {0, 0, 4, 0}},
-        {"empty ROI, nearest", -1, OX_8U, OX_8U, OX_GRAY, {0, 0, 4, 0}, full},
-        {"ROI past the edge", 0, OX_8U, OX_8U, OX_GRAY, {1, 0, 4, 3}, full},
-        {"target ROI past the edge, nearest", -1, OX_8U, OX_8U, OX_GRAY, full, {0, -1, 4, 3}},
+        {"Lanczos into bytes", OX_RESIZE_LANCZOS, OX_8U, OX_8U, OX_GRAY, full, full},
+        {"bilinear into doubles", OX_RESIZE_BILINEAR, OX_64F, OX_64F, OX_GRAY, full, full},
+        {"types differ", OX_RESIZE_BILINEAR, OX_16U, OX_8U, OX_GRAY, full, full},
+        {"unknown type, nearest", OX_RESIZE_NEAREST, 7, 7, OX_GRAY, full, full},
+        {"grey into colour", OX_RESIZE_BILINEAR, OX_8U, OX_8U, OX_BGR, full, full},
+        {"empty source ROI", OX_RESIZE_BILINEAR, OX_8U, OX_8U, OX_GRAY, {0, 0, 0, 3}, full},
+        {"empty target ROI", OX_RESIZE_BILINEAR, OX_8U, OX_8U, OX_GRAY, full, {0, 0, 4, 0}},
+        {"empty ROI, nearest", OX_RESIZE_NEAREST, OX_8U, OX_8U, OX_GRAY, {0, 0, 4, 0}, full},
+        {"ROI past the edge", OX_RESIZE_BILINEAR, OX_8U, OX_8U, OX_GRAY, {1, 0, 4, 3}, full},
+        {"target ROI past the edge, nearest", OX_RESIZE_NEAREST, OX_8U, OX_8U, OX_GRAY, full, {0, -1, 4, 3}},
         // Refused before a scratch of the ROI's size (here 3 GB) is allocated.
-        {"target ROI of gigabytes", 0, OX_8U, OX_8U, OX_GRAY, full, {0, 0, 130000000, 130000000}},
+        {"target ROI of gigabytes", OX_RESIZE_BILINEAR, OX_8U, OX_8U, OX_GRAY, full, {0, 0, 130000000, 130000000}},
     };
     for (const Case& c : cases) {
         Image src = noise(4, 3, OX_GRAY, c.srcType, 1), dst = make(4, 3, c.dstEnc, c.dstType);

@@ -25,7 +25,7 @@ TEST(ImageTransform, IdentityRotationReproducesTheSourceInBothModes) {
     for (int32_t type : {OX_8U, OX_16U, OX_32F, OX_64F}) {
         Image src = noise(7, 5, OX_GRAY, type, 3);
         const oxBackRotation identity{3.0, 2.0, 1.0, 0.0};
-        for (int32_t mode : {0, -1}) {
+        for (int32_t mode : {OX_TRANSFORM_BILINEAR, OX_TRANSFORM_NEAREST}) {
             Image dst = make(7, 5, OX_GRAY, type);
             std::memset(dst->data, 0, byteCount(dst.get()));
             ASSERT_EQ(oxImageTransform(src.get(), dst.get(), backRotation, &identity, mode), 0);
@@ -46,9 +46,9 @@ TEST(ImageTransform, WorkedValuesInsideTheDestinationRoi) {
         int32_t mode;
         oxRect roi;
         std::vector<uint8_t> want;
-    } cases[] = {{backTranslation, &shift, 0, {0, 0, 4, 1}, {20, 80, 9, 9}},
-                 {backTranslation, &shift, -1, {0, 0, 4, 1}, {20, 21, 9, 9}},
-                 {backScaling, &twice, 0, {1, 0, 3, 1}, {9, 60, 100, 9}}};
+    } cases[] = {{backTranslation, &shift, OX_TRANSFORM_BILINEAR, {0, 0, 4, 1}, {20, 80, 9, 9}},
+                 {backTranslation, &shift, OX_TRANSFORM_NEAREST, {0, 0, 4, 1}, {20, 21, 9, 9}},
+                 {backScaling, &twice, OX_TRANSFORM_BILINEAR, {1, 0, 3, 1}, {9, 60, 100, 9}}};
     for (const Case& c : cases) {
         Image src = fromBytes(3, 1, OX_GRAY, {20, 21, 100}), dst = fromBytes(4, 1, OX_GRAY, {9, 9, 9, 9});
         dst->roi = c.roi;
@@ -60,15 +60,15 @@ TEST(ImageTransform, WorkedValuesInsideTheDestinationRoi) {
 TEST(ImageTransform, Refusals) {
     const oxBackTranslation none{0.0, 0.0};
     Image gray = make(2, 2, OX_GRAY), bgr = make(2, 2, OX_BGR), wide = make(2, 2, OX_GRAY, OX_16U);
-    EXPECT_EQ(oxImageTransform(gray.get(), wide.get(), backTranslation, &none, 0), 1);
-    EXPECT_EQ(oxImageTransform(bgr.get(), bgr.get(), backTranslation, &none, 0), 1);
+    EXPECT_EQ(oxImageTransform(gray.get(), wide.get(), backTranslation, &none, OX_TRANSFORM_BILINEAR), 1);
+    EXPECT_EQ(oxImageTransform(bgr.get(), bgr.get(), backTranslation, &none, OX_TRANSFORM_BILINEAR), 1);
     EXPECT_EQ(oxImageTransform(gray.get(), gray.get(), backTranslation, &none, 1), 1);
-    EXPECT_EQ(oxImageTransform(gray.get(), gray.get(), nullptr, &none, 0), 1);
+    EXPECT_EQ(oxImageTransform(gray.get(), gray.get(), nullptr, &none, OX_TRANSFORM_BILINEAR), 1);
     oxImage* unknown = oxImageCreateHeaderWithType(2, 2, OX_GRAY, 7);
-    EXPECT_EQ(oxImageTransform(unknown, unknown, backTranslation, &none, 0), 1);
+    EXPECT_EQ(oxImageTransform(unknown, unknown, backTranslation, &none, OX_TRANSFORM_BILINEAR), 1);
     oxImageReleaseHeader(&unknown);
     gray->roi = {0, 0, 0, 2};
-    EXPECT_EQ(oxImageTransform(bgr.get(), gray.get(), backTranslation, &none, 0), 1);
+    EXPECT_EQ(oxImageTransform(bgr.get(), gray.get(), backTranslation, &none, OX_TRANSFORM_BILINEAR), 1);
     Image other = make(2, 2, OX_GRAY);
-    EXPECT_EQ(oxImageTransform(other.get(), gray.get(), backTranslation, &none, 0), 0);
+    EXPECT_EQ(oxImageTransform(other.get(), gray.get(), backTranslation, &none, OX_TRANSFORM_BILINEAR), 0);
 }

@@ -67,8 +67,12 @@ TEST(Logger, ModesChooseOutputsAndOnlyFileModesTruncate) {
     struct Case {
         int32_t levels, mode, truncate;
         std::string out, file;
-    } cases[] = {{1, 0, 1, line, "old\n"}, {1, 1, 1, "", line},          {1, 2, 1, line, line},
-                 {1, 3, 1, "", "old\n"},   {1, 1, 0, "", "old\n" + line}, {0, 2, 1, "", "old\n"}};
+    } cases[] = {{1, OX_LOG_CONSOLE, 1, line, "old\n"},
+                 {1, OX_LOG_FILE, 1, "", line},
+                 {1, OX_LOG_CONSOLE_AND_FILE, 1, line, line},
+                 {1, 3, 1, "", "old\n"},  // not a mode: nothing is emitted
+                 {1, OX_LOG_FILE, 0, "", "old\n" + line},
+                 {0, OX_LOG_CONSOLE_AND_FILE, 1, "", "old\n"}};
     for (const Case& c : cases) {
         std::ofstream(path) << "old\n";
         Logger log(oxLoggerCreate("modes", c.levels));
@@ -86,9 +90,9 @@ TEST(Logger, ReferenceFileIsComparedLineByLineThenAsEmpty) {
     Logger log(oxLoggerCreate("compare", 1));
     oxLoggerSetLevel(log.get(), 0);
     comparisons.clear();
-    oxLoggerSetMode(log.get(), 1, path.c_str(), 0, ref.c_str(), recordComparison);  // no truncate: no reference
+    oxLoggerSetMode(log.get(), OX_LOG_FILE, path.c_str(), 0, ref.c_str(), recordComparison);  // no truncate: no reference
     oxLoggerPrint(log.get(), 0, "a");
-    oxLoggerSetMode(log.get(), 1, path.c_str(), 1, ref.c_str(), recordComparison);
+    oxLoggerSetMode(log.get(), OX_LOG_FILE, path.c_str(), 1, ref.c_str(), recordComparison);
     for (const char* m : {"a", "b", "c"}) oxLoggerPrint(log.get(), 0, "%s", m);
     EXPECT_EQ(comparisons, std::vector<std::string>({"0|[Log Level 0]: a\n|[Log Level 0]: a\n",
                                                      "1|[Log Level 0]: zzz\n|[Log Level 0]: b\n",

@@ -5,8 +5,12 @@
 
 #if defined(OXFX_PATH) && defined(OX_HAVE_IMAGEIO)
 
+#include <fcntl.h>
 #include <png.h>
+#include <signal.h>
+#include <spawn.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -15,7 +19,10 @@
 #include <random>
 #include <regex>
 #include <set>
+#include <sstream>
+#include <thread>
 
+#include "YewWpfWrap.h"
 #include "image_io.hpp"
 #include "support/test_support.hpp"
 
@@ -45,8 +52,9 @@ protected:
 
     fs::path work() const { return tmp_.path() / "work"; }
 
-    Result oxfx(const std::vector<std::string>& args) const {
-        std::string command = "cd " + quote(work().string()) + " && " + quote(OXFX_PATH);
+    // `shell` runs before the tool in the same shell, such as a ulimit.
+    Result oxfx(const std::vector<std::string>& args, const std::string& shell = "") const {
+        std::string command = "cd " + quote(work().string()) + " && " + shell + quote(OXFX_PATH);
         for (const std::string& arg : args) command += " " + quote(arg);
         command += " <" + quote("/dev/null") + " >" + quote((tmp_.path() / "stdout").string()) + " 2>" +
                    quote((tmp_.path() / "stderr").string());
@@ -77,6 +85,18 @@ protected:
         image.height = static_cast<png_uint_32>(height);
         image.format = channels == 1 ? PNG_FORMAT_GRAY : channels == 4 ? PNG_FORMAT_RGBA : PNG_FORMAT_RGB;
         ASSERT_TRUE(png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, nullptr)) << image.message;
+    }
+
+    void writeBgr(const std::string& name, const oxio::Picture& picture) const {
+        std::string error;
+        ASSERT_TRUE(oxio::writePicture((work() / name).string(), picture, 90, error)) << error;
+    }
+
+    oxio::Picture readBack(const std::string& name) const {
+        oxio::Picture picture;
+        std::string error;
+        EXPECT_TRUE(oxio::readPicture((work() / name).string(), picture, error)) << error;
+        return picture;
     }
 
     void writeBytes(const std::string& name, const std::string& bytes) const {
@@ -149,8 +169,13 @@ TEST_F(OxfxTest, BadInputFailsWithOneLineNamingTheCulpritAndLeavesNoOutput) {
         {{"enhance", "truncated.jpg", "out.png"}, 1, "truncated.jpg"},
         {{"enhance", "corrupt.png", "out.png"}, 1, "corrupt.png"},
         {{"enhance", "notes.png", "out.png"}, 1, "notes.png"},
-        {{"enhance", "good.png", "out.bmp"}, 1, "out.bmp"},
-        {{"enhance", "good.png", "no/such/folder/out.png"}, 1, "no/such/folder/out.png"},
+        {{"enhance", "good.png", "out.bmp"}, 2, "out.bmp: unsupported output extension"},
+        {{"enhance", "good.png", "out"}, 2, "out: the output needs an extension"},
+        {{"enhance", "good.png", "no/such/folder/out.png"}, 2, "the folder no/such/folder does not exist"},
+        {{"enhance", "good.png", "nosuch/"}, 2, "the folder nosuch does not exist"},
+        {{"enhance", "good.png", "good.jpg/out.png"}, 2, "good.jpg is not a folder"},
+        {{"enhance", "good.png", "good.png"}, 2, "--overwrite"},
+        {{"enhance", "good.png", "./good.png"}, 2, "--overwrite"},
         {{"simplify", "good.png", "out.png", "--iterations", "-1"}, 2, "--iterations"},
         {{"simplify", "good.png", "out.png", "--iterations=2.5"}, 2, "--iterations"},
         {{"simplify", "good.png", "out.png", "--range-factor", "nan"}, 2, "--range-factor"},
@@ -192,13 +217,7 @@ TEST_F(OxfxTest, BatchOverAFolderProcessesEveryGoodFileDespiteACorruptOne) {
     EXPECT_NE(r.err.find("broken.png"), std::string::npos) << r.err;
     EXPECT_NE(r.out.find("3 done, 1 failed"), std::string::npos) << r.out;
 
-    // Listed files, one named twice, into the folder of the inputs: nothing
-    // may be overwritten, a duplicate output is refused.
-    const std::string before = slurp(work() / "in/a.png");
-    const Result self = oxfx({"simplify", "in/a.png", "in/c.png", "in"});
-    EXPECT_EQ(self.status, 1);
-    EXPECT_EQ(slurp(work() / "in/a.png"), before);
-    EXPECT_NE(self.out.find("0 done, 2 failed"), std::string::npos) << self.out;
+    // A duplicate output is refused, the other file goes on.
     const Result twice = oxfx({"simplify", "in/a.png", "in/a.png", "out2"});
     EXPECT_EQ(twice.status, 1);
     EXPECT_NE(twice.out.find("1 done, 1 failed"), std::string::npos) << twice.out;
@@ -255,6 +274,286 @@ TEST_F(OxfxTest, HelpListsEveryOptionAndItsLimitsAreAccepted) {
     EXPECT_EQ(demo.status, 0);
     EXPECT_TRUE(demo.out.find("--photo FILE") != std::string::npos && demo.out.find("--synthetic") != std::string::npos);
     EXPECT_EQ(oxfx({"--version"}).status, 0);
+}
+
+oxio::Picture uniform(int32_t width, int32_t height, uint8_t b, uint8_t g, uint8_t r) {
+    oxio::Picture p{width, height, {}, false};
+    for (int32_t i = 0; i < width * height; ++i) p.bgr.insert(p.bgr.end(), {b, g, r});
+    return p;
+}
+
+// `count` pixels spread over the picture set to grey `value`.
+oxio::Picture sprinkled(oxio::Picture p, int32_t count, uint8_t value) {
+    const int32_t n = p.width * p.height;
+    for (int32_t i = 0; i < count; ++i) std::fill_n(&p.bgr[static_cast<size_t>(i * 241 % n) * 3], 3, value);
+    return p;
+}
+
+oxio::Picture noisy(int32_t width, int32_t height, uint32_t seed) {
+    oxio::Picture p{width, height, std::vector<uint8_t>(static_cast<size_t>(width) * height * 3), false};
+    std::mt19937 rng(seed);
+    for (uint8_t& v : p.bgr) v = static_cast<uint8_t>(rng());
+    return p;
+}
+
+struct HeaderRelease {
+    void operator()(oxImage* p) const { oxImageReleaseHeader(&p); }
+};
+
+// The tone transfer alone, as the enhance entry point sets it up.
+std::vector<uint8_t> transferOnly(const oxio::Picture& in) {
+    std::vector<uint8_t> out = in.bgr;
+    std::unique_ptr<oxImage, HeaderRelease> image(oxImageCreateHeader(in.width, in.height, OX_BGR));
+    image->data = out.data();
+    oxTransferEnhanceParams* params = oxTransferEnhanceParamsDefault();
+    params->steepness = 0.3f;
+    params->strength = 1.4f;
+    params->radius = 7;
+    EXPECT_EQ(oxTransferEnhanceFilter(params, image.get(), nullptr, image.get(), nullptr), OX_OK);
+    oxTransferEnhanceParamsRelease(&params);
+    return out;
+}
+
+std::vector<uint8_t> enhanced(const oxio::Picture& in) {
+    std::vector<uint8_t> out(in.bgr.size());
+    EXPECT_EQ(oxYewEnhance(in.width, in.height, in.bgr.data(), out.data(), 0.3f), OX_OK);
+    return out;
+}
+
+// On 100 x 100 pixels the contrast stage clips 40 dark and 90 bright ones:
+// its black and white points meet when no more than that differ from the
+// rest, and the stretch would then turn the picture black.
+TEST_F(OxfxTest, EnhanceSkipsTheContrastStageWhereItsStretchHasNoRange) {
+    const oxio::Picture white = uniform(100, 100, 255, 255, 255), black = uniform(100, 100, 0, 0, 0);
+    struct Case {
+        const char* name;
+        oxio::Picture picture;
+        bool skipped;
+    };
+    const Case cases[] = {
+        {"flat grey", uniform(100, 100, 128, 128, 128), true},
+        {"one colour", uniform(64, 48, 200, 120, 30), true},
+        {"page with 40 dark dots", sprinkled(white, 40, 0), true},
+        {"page with 41 dark dots", sprinkled(white, 41, 0), false},
+        {"night with 90 lights", sprinkled(black, 90, 60), true},
+        {"night with 91 lights", sprinkled(black, 91, 60), false},
+        {"two neighbouring greys", sprinkled(uniform(100, 100, 100, 100, 100), 5000, 101), false},
+        {"noise", noisy(40, 30, 3), false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        writeBgr("in.png", c.picture);
+        const Result r = oxfx({"enhance", "in.png", "out.png"});
+        ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.err.find("contrast stage skipped") != std::string::npos, c.skipped) << r.err;
+        EXPECT_EQ(lineCount(r.err), c.skipped ? 1u : 0u) << r.err;
+        EXPECT_EQ(readBack("out.png").bgr, c.skipped ? transferOnly(c.picture) : enhanced(c.picture));
+    }
+    // Contrast alone, skipped, leaves the page as it was.
+    writeBgr("in.png", sprinkled(white, 15, 0));
+    ASSERT_EQ(oxfx({"enhance", "in.png", "out.png", "--steepness", "0"}).status, 0);
+    EXPECT_EQ(readBack("out.png").bgr, sprinkled(white, 15, 0).bgr);
+}
+
+TEST_F(OxfxTest, PicturesBelowAnEffectsSizeAreRefusedNamingTheLimit) {
+    struct Case {
+        std::vector<std::string> args;
+        int32_t width, height;
+        int status;
+        const char* says;
+    };
+    const Case cases[] = {
+        {{"simplify"}, 3, 3, 1, "simplify needs at least 4 pixels on each side (the picture is 3x3)"},
+        {{"simplify"}, 4, 3, 1, "at least 4 pixels on each side"},
+        {{"simplify"}, 4, 4, 0, ""},
+        {{"simplify", "--iterations", "0"}, 1, 1, 0, ""},
+        {{"simplify"}, 4097, 4, 1, "at least 1/1024 of the longer"},
+        {{"simplify"}, 4, 4096, 0, ""},
+        {{"enhance"}, 8, 7, 1, "enhance needs at least 8x8 pixels"},
+        {{"enhance"}, 8, 8, 0, ""},
+        {{"enhance", "--steepness", "0"}, 1, 1, 0, "contrast stage skipped"},
+        {{"tiltshift"}, 3, 2, 1, "tiltshift needs at least 4x2 pixels"},
+        {{"tiltshift"}, 4, 1, 1, "at least 4x2"},
+        {{"tiltshift"}, 4, 2, 0, ""},
+        {{"tiltshift", "--lens", "0"}, 1, 1, 0, ""},
+        {{"tiltshift", "--lens", "-1"}, 8, 3, 1, "try a smaller --lens"},
+    };
+    for (const Case& c : cases) {
+        writeBgr("in.png", noisy(c.width, c.height, 5));
+        std::vector<std::string> args = {c.args[0], "in.png", "out.png"};
+        args.insert(args.end(), c.args.begin() + 1, c.args.end());
+        const Result r = oxfx(args);
+        SCOPED_TRACE(c.args[0] + " " + std::to_string(c.width) + "x" + std::to_string(c.height) + ": " + r.err);
+        EXPECT_EQ(r.status, c.status);
+        if (*c.says) {
+            EXPECT_NE(r.err.find(c.says), std::string::npos);
+            EXPECT_EQ(lineCount(r.err), 1u);
+        } else {
+            EXPECT_EQ(r.err, "");
+        }
+        EXPECT_EQ(fs::exists(work() / "out.png"), c.status == 0);
+        fs::remove(work() / "out.png");
+    }
+    const Result help = oxfx({"--help"});
+    for (const char* limit : {"at least 4x4", "at least 8x8", "at least 4x2", "1024 pixels on", "soft by design"})
+        EXPECT_NE(help.out.find(limit), std::string::npos) << limit;
+}
+
+// A picture too narrow for the blur at the working size gets the lens step
+// alone, as with no blur asked for, and the user is told.
+TEST_F(OxfxTest, TiltShiftSaysWhenThePictureIsTooNarrowForTheBlur) {
+    const oxio::Picture strip = noisy(2000, 20, 9);  // 1024 x 10 at work, the blur needs 31
+    writeBgr("in.png", strip);
+    const Result r = oxfx({"tiltshift", "in.png", "out.png"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.err.find("no blur: the shorter side is 10 pixels"), std::string::npos) << r.err;
+    std::vector<uint8_t> lensOnly(strip.bgr.size());
+    ASSERT_EQ(oxYewTiltShift(2000, 20, strip.bgr.data(), lensOnly.data(), 0.0f, 0.2f, 0.2f, 0.4f, 0.8f, 0.6f), 0);
+    EXPECT_EQ(readBack("out.png").bgr, lensOnly);
+    // 30 and 31 pixels at work.
+    writeBgr("in.png", noisy(2000, 60, 9));
+    EXPECT_NE(oxfx({"tiltshift", "in.png", "out.png"}).err.find("shorter side is 30 pixels"), std::string::npos);
+    writeBgr("in.png", noisy(2000, 61, 9));
+    EXPECT_EQ(oxfx({"tiltshift", "in.png", "out.png"}).err, "");
+}
+
+uint32_t crc32(const std::string& bytes) {
+    uint32_t crc = 0xFFFFFFFFu;
+    for (unsigned char byte : bytes) {
+        crc ^= byte;
+        for (int k = 0; k < 8; ++k) crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
+    }
+    return ~crc;
+}
+
+std::string bigEndian(uint32_t v) {
+    return {static_cast<char>(v >> 24), static_cast<char>(v >> 16), static_cast<char>(v >> 8), static_cast<char>(v)};
+}
+
+std::string pngChunk(const std::string& type, const std::string& data) {
+    return bigEndian(static_cast<uint32_t>(data.size())) + type + data + bigEndian(crc32(type + data));
+}
+
+// A valid header declaring the size over a few bytes of image data.
+std::string pngClaiming(uint32_t width, uint32_t height) {
+    const std::string ihdr = bigEndian(width) + bigEndian(height) + std::string("\x08\x02\0\0\0", 5);
+    return std::string("\x89PNG\r\n\x1a\n", 8) + pngChunk("IHDR", ihdr) +
+           pngChunk("IDAT", std::string("\x78\x9c\x63\x00\x00\x00\x01\x00\x01", 9)) + pngChunk("IEND", "");
+}
+
+TEST_F(OxfxTest, DeclaredSizesAboveTheLimitAreRefusedBeforeAllocating) {
+    writePicture("small.jpg", 16, 16);
+    std::string jpeg = slurp(work() / "small.jpg");
+    const size_t sof = jpeg.find("\xFF\xC0");
+    ASSERT_NE(sof, std::string::npos);
+    jpeg.replace(sof + 5, 4, std::string("\x3E\x80\x3E\x80", 4));  // 16000 x 16000
+    writeBytes("huge.jpg", jpeg);
+    writeBytes("huge.png", pngClaiming(16384, 16383));
+    writeBytes("wide.png", pngClaiming(2147483647, 1));
+    writeBytes("tall.png", pngClaiming(1, 100000001));
+    // Far less than the pixels would take; a sanitizer reserves more than
+    // this for itself.
+#if defined(__SANITIZE_ADDRESS__)
+    const std::string shell;
+#else
+    const std::string shell = "ulimit -v 262144 && ";
+#endif
+    for (const char* name : {"huge.jpg", "huge.png", "wide.png", "tall.png"}) {
+        const Result r = oxfx({"enhance", name, "out.png"}, shell);
+        SCOPED_TRACE(r.err);
+        EXPECT_EQ(r.status, 1);
+        EXPECT_EQ(r.err.rfind(std::string("oxfx: ") + name + ": ", 0), 0u);
+        EXPECT_NE(r.err.find("more than the limit of 100000000 pixels (--max-pixels raises it)"), std::string::npos);
+        EXPECT_EQ(lineCount(r.err), 1u);
+    }
+    const Result batch = oxfx({"enhance", "huge.jpg", "huge.png", "wide.png", "tall.png", "out"});
+    EXPECT_EQ(batch.status, 1);
+    EXPECT_NE(batch.out.find("0 done, 4 failed"), std::string::npos) << batch.out;
+
+    writePicture("in.png", 20, 10);
+    const Result under = oxfx({"enhance", "in.png", "out.png", "--max-pixels", "199"});
+    EXPECT_EQ(under.status, 1);
+    EXPECT_NE(under.err.find("20x10 pixels is more than the limit of 199 pixels"), std::string::npos) << under.err;
+    EXPECT_EQ(oxfx({"enhance", "in.png", "out.png", "--max-pixels", "200"}).status, 0);
+}
+
+TEST_F(OxfxTest, AnOutputReplacesItsInputOnlyWithOverwrite) {
+    fs::create_directories(work() / "in");
+    writePicture("in/a.png", 17, 9);
+    writePicture("in/c.png", 31, 8);
+    const std::string a = slurp(work() / "in/a.png"), c = slurp(work() / "in/c.png");
+    struct Case {
+        std::vector<std::string> args;
+        int status;
+    };
+    const Case refused[] = {
+        {{"enhance", "in/a.png", "in/a.png"}, 2},
+        {{"enhance", "in/a.png", "in/../in/a.png"}, 2},
+        {{"enhance", "in/a.png", "in/c.png", "in"}, 2},
+        {{"enhance", "in", "in"}, 2},
+    };
+    for (const Case& r : refused) {
+        const Result got = oxfx(r.args);
+        SCOPED_TRACE(got.err);
+        EXPECT_EQ(got.status, r.status);
+        EXPECT_NE(got.err.find("--overwrite"), std::string::npos);
+        EXPECT_EQ(got.out, "");
+        EXPECT_EQ(slurp(work() / "in/a.png"), a);
+        EXPECT_EQ(slurp(work() / "in/c.png"), c);
+    }
+    ASSERT_EQ(oxfx({"enhance", "in/a.png", "in/a.png", "--overwrite"}).status, 0);
+    EXPECT_NE(slurp(work() / "in/a.png"), a);
+    expectPicture("in/a.png", 17, 9);
+    const Result batch = oxfx({"enhance", "in", "in", "--overwrite"});
+    EXPECT_EQ(batch.status, 0) << batch.err;
+    EXPECT_NE(slurp(work() / "in/c.png"), c);
+    EXPECT_EQ(listing("in"), (std::set<std::string>{"a.png", "c.png"}));
+}
+
+// Stopped while it writes, the tool removes the unfinished file. The
+// signal is sent once a temporary file is seen, whenever that is.
+TEST_F(OxfxTest, SigintAndSigtermRemoveUnfinishedOutputs) {
+    writeBgr("in0.png", noisy(1500, 1000, 11));
+    for (int i = 1; i < 4; ++i) fs::copy_file(work() / "in0.png", work() / ("in" + std::to_string(i) + ".png"));
+    for (const int signal : {SIGINT, SIGTERM}) {
+        SCOPED_TRACE(signal);
+        fs::remove_all(work() / "out");
+        std::vector<std::string> args = {OXFX_PATH, "enhance"};
+        for (const char* name : {"in0.png", "in1.png", "in2.png", "in3.png", "out"}) args.push_back(work() / name);
+        args.insert(args.end(), {"--jobs", "1"});
+        std::vector<char*> argv;
+        for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+        argv.push_back(nullptr);
+        const std::string log = (work().parent_path() / "stderr").string();
+        posix_spawn_file_actions_t files;
+        posix_spawn_file_actions_init(&files);
+        posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_addopen(&files, STDERR_FILENO, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        pid_t pid = 0;
+        const int spawned = posix_spawn(&pid, OXFX_PATH, &files, nullptr, argv.data(), environ);
+        posix_spawn_file_actions_destroy(&files);
+        ASSERT_EQ(spawned, 0);
+        auto partial = [&] {
+            std::error_code ec;
+            for (fs::directory_iterator it(work() / "out", ec), end; !ec && it != end; it.increment(ec))
+                if (it->path().extension() == ".part") return true;
+            return false;
+        };
+        int status = 0;
+        bool exited = false;
+        while (!partial() && !exited) {
+            exited = waitpid(pid, &status, WNOHANG) == pid;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        ASSERT_FALSE(exited) << "the batch ended before a temporary file was seen";
+        kill(pid, signal);
+        ASSERT_EQ(waitpid(pid, &status, 0), pid);
+        ASSERT_TRUE(WIFEXITED(status));
+        EXPECT_EQ(WEXITSTATUS(status), 128 + signal);
+        EXPECT_FALSE(partial());
+        for (const std::string& name : listing("out")) expectPicture("out/" + name, 1500, 1000);
+        EXPECT_NE(slurp(log).find("unfinished output"), std::string::npos);
+    }
 }
 
 }  // namespace

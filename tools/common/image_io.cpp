@@ -1,18 +1,21 @@
 #include "image_io.hpp"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <mutex>
+#include <set>
+
+#include <unistd.h>
 
 #include <jpeglib.h>
 // jerror.h needs jpeglib.h first.
 #include <jerror.h>
 #include <png.h>
-
-#include "core/detail/size.hpp"
 
 namespace oxio {
 namespace {
@@ -31,52 +34,111 @@ bool endsWith(const std::string& s, const std::string& suffix) {
     return s.size() >= suffix.size() && s.compare(s.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
-// Pictures larger than this are refused rather than allocated: a corrupt
-// header must not ask for gigabytes.
-constexpr int64_t kMaxPixels = int64_t{1} << 28;
-
-// Bytes of a picture of the given sides and channels, or 0 when it is
-// larger than the tools take.
-size_t pictureBytes(uint32_t width, uint32_t height, int64_t channels) {
-    const ox::detail::Count pixels = ox::detail::checkedProduct({width, height});
-    if (!pixels || *pixels > kMaxPixels) return 0;
-    return ox::detail::sizeOrZero(ox::detail::checkedProduct({*pixels, channels}));
+std::string sizeRefusal(const std::string& path, uint64_t width, uint64_t height, const ReadLimits& limits) {
+    std::string text = path + ": ";
+    if (width && height)
+        text += std::to_string(width) + "x" + std::to_string(height) + " pixels is ";
+    else
+        text += "the picture declares ";
+    text += "more than the limit of " + std::to_string(limits.maxPixels) + " pixels";
+    if (limits.raiseHint) text += std::string(" (") + limits.raiseHint + ")";
+    return text;
 }
 
-bool readPng(const std::string& path, Picture& out, std::string& error) {
-    png_image image;
-    std::memset(&image, 0, sizeof image);
-    image.version = PNG_IMAGE_VERSION;
-    if (!png_image_begin_read_from_file(&image, path.c_str())) {
-        error = path + ": not a readable PNG file (" + image.message + ")";
+bool tooLarge(uint64_t width, uint64_t height, const ReadLimits& limits) { return width * height > limits.maxPixels; }
+
+struct PngError {
+    std::jmp_buf jump;
+    char message[200];
+    bool overLimit;  // a side of the header is longer than the limit allows
+};
+
+[[noreturn]] void pngError(png_structp png, png_const_charp message) {
+    auto* err = static_cast<PngError*>(png_get_error_ptr(png));
+    std::snprintf(err->message, sizeof err->message, "%s", message);
+    std::longjmp(err->jump, 1);
+}
+
+// The header check warns about each fault it finds before it fails.
+void pngWarning(png_structp png, png_const_charp message) {
+    if (std::strstr(message, "exceeds user limit")) static_cast<PngError*>(png_get_error_ptr(png))->overLimit = true;
+}
+
+enum class PngResult { Ok, Failed, TooLarge };
+
+// Kept free of objects with destructors between setjmp and longjmp. The
+// header is read and its size checked before anything is allocated for
+// the pixels; libpng itself refuses a side longer than the whole limit.
+PngResult readPngInto(FILE* f, Picture& out, PngError& err, const ReadLimits& limits, uint64_t size[2]) {
+    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &err, pngError, pngWarning);
+    png_infop info = png ? png_create_info_struct(png) : nullptr;
+    if (!info) {
+        png_destroy_read_struct(&png, nullptr, nullptr);
+        std::snprintf(err.message, sizeof err.message, "out of memory");
+        return PngResult::Failed;
+    }
+    if (setjmp(err.jump)) {
+        png_destroy_read_struct(&png, &info, nullptr);
+        return err.overLimit ? PngResult::TooLarge : PngResult::Failed;
+    }
+    png_init_io(png, f);
+    const auto side = static_cast<png_uint_32>(std::min<uint64_t>(limits.maxPixels, PNG_UINT_31_MAX));
+    png_set_user_limits(png, side, side);
+    png_read_info(png, info);
+    size[0] = png_get_image_width(png, info);
+    size[1] = png_get_image_height(png, info);
+    if (tooLarge(size[0], size[1], limits)) {
+        png_destroy_read_struct(&png, &info, nullptr);
+        return PngResult::TooLarge;
+    }
+    const int colorType = png_get_color_type(png, info);
+    const int bitDepth = png_get_bit_depth(png, info);
+    // A transparent colour (tRNS) counts as alpha too; it is not expanded,
+    // which drops it just like a stripped alpha channel.
+    out.droppedAlpha = (colorType & PNG_COLOR_MASK_ALPHA) != 0 || png_get_valid(png, info, PNG_INFO_tRNS) != 0;
+    if (colorType == PNG_COLOR_TYPE_PALETTE) png_set_palette_to_rgb(png);
+    if ((colorType & PNG_COLOR_MASK_COLOR) == 0) {
+        if (bitDepth < 8) png_set_expand_gray_1_2_4_to_8(png);
+        png_set_gray_to_rgb(png);
+    }
+    if (bitDepth == 16) png_set_scale_16(png);
+    if (out.droppedAlpha) png_set_strip_alpha(png);
+    png_set_bgr(png);
+    const int passes = png_set_interlace_handling(png);
+    png_read_update_info(png, info);
+    out.width = static_cast<int32_t>(size[0]);
+    out.height = static_cast<int32_t>(size[1]);
+    const size_t rowBytes = static_cast<size_t>(out.width) * 3;
+    if (png_get_rowbytes(png, info) != rowBytes) pngError(png, "unexpected row layout");
+    out.bgr.resize(rowBytes * static_cast<size_t>(out.height));
+    for (int pass = 0; pass < passes; ++pass)
+        for (int32_t y = 0; y < out.height; ++y) png_read_row(png, out.bgr.data() + rowBytes * static_cast<size_t>(y), nullptr);
+    png_read_end(png, nullptr);
+    png_destroy_read_struct(&png, &info, nullptr);
+    return PngResult::Ok;
+}
+
+bool readPng(const std::string& path, Picture& out, std::string& error, const ReadLimits& limits) {
+    File f(std::fopen(path.c_str(), "rb"));
+    if (!f) {
+        error = path + ": cannot open (" + std::strerror(errno) + ")";
         return false;
     }
-    const bool hasAlpha = (image.format & PNG_FORMAT_FLAG_ALPHA) != 0;
-    const size_t bytes = pictureBytes(image.width, image.height, hasAlpha ? 4 : 3);
-    if (bytes == 0) {
-        png_image_free(&image);
-        error = path + ": picture too large";
-        return false;
-    }
-    // Alpha is dropped, not composited: read with it, then strip it.
-    image.format = hasAlpha ? PNG_FORMAT_BGRA : PNG_FORMAT_BGR;
-    std::vector<uint8_t> pixels(bytes);
-    if (!png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr)) {
-        error = path + ": corrupt PNG data (" + image.message + ")";
-        png_image_free(&image);
-        return false;
-    }
-    out.width = static_cast<int32_t>(image.width);
-    out.height = static_cast<int32_t>(image.height);
-    out.droppedAlpha = hasAlpha;
-    if (!hasAlpha) {
-        out.bgr = std::move(pixels);
+    PngError err{};
+    uint64_t size[2] = {0, 0};
+    switch (readPngInto(f.get(), out, err, limits, size)) {
+    case PngResult::Ok:
         return true;
+    case PngResult::TooLarge:
+        out = Picture{};
+        error = sizeRefusal(path, size[0], size[1], limits);
+        return false;
+    case PngResult::Failed:
+        break;
     }
-    const size_t n = static_cast<size_t>(out.width) * out.height;
-    out.bgr.resize(n * 3);
-    for (size_t i = 0; i < n; ++i) std::memcpy(&out.bgr[i * 3], &pixels[i * 4], 3);
-    return true;
+    out = Picture{};
+    error = path + ": not a readable PNG file (" + err.message + ")";
+    return false;
 }
 
 struct JpegError {
@@ -114,7 +176,7 @@ jpeg_error_mgr* jpegErrors(JpegError& err) {
 }
 
 // Kept free of objects with destructors between setjmp and longjmp.
-bool readJpegInto(FILE* f, Picture& out, JpegError& err) {
+bool readJpegInto(FILE* f, Picture& out, JpegError& err, const ReadLimits& limits, uint64_t size[2]) {
     jpeg_decompress_struct cinfo;
     cinfo.err = jpegErrors(err);
     if (setjmp(err.jump)) {
@@ -124,17 +186,19 @@ bool readJpegInto(FILE* f, Picture& out, JpegError& err) {
     jpeg_create_decompress(&cinfo);
     jpeg_stdio_src(&cinfo, f);
     jpeg_read_header(&cinfo, TRUE);
-    cinfo.out_color_space = JCS_EXT_BGR;
-    jpeg_start_decompress(&cinfo);
-    const size_t bytes = pictureBytes(cinfo.output_width, cinfo.output_height, 3);
-    if (bytes == 0) {
-        std::snprintf(err.message, sizeof err.message, "picture too large");
+    // Checked before the decompressor allocates its buffers, which for a
+    // progressive file cover the whole declared picture.
+    size[0] = cinfo.image_width;
+    size[1] = cinfo.image_height;
+    if (tooLarge(size[0], size[1], limits)) {
         jpeg_destroy_decompress(&cinfo);
         return false;
     }
+    cinfo.out_color_space = JCS_EXT_BGR;
+    jpeg_start_decompress(&cinfo);
     out.width = static_cast<int32_t>(cinfo.output_width);
     out.height = static_cast<int32_t>(cinfo.output_height);
-    out.bgr.resize(bytes);
+    out.bgr.resize(static_cast<size_t>(out.width) * out.height * 3);
     while (cinfo.output_scanline < cinfo.output_height) {
         JSAMPROW row = out.bgr.data() + static_cast<size_t>(cinfo.output_scanline) * out.width * 3;
         jpeg_read_scanlines(&cinfo, &row, 1);
@@ -144,15 +208,19 @@ bool readJpegInto(FILE* f, Picture& out, JpegError& err) {
     return !err.damaged;
 }
 
-bool readJpeg(const std::string& path, Picture& out, std::string& error) {
+bool readJpeg(const std::string& path, Picture& out, std::string& error, const ReadLimits& limits) {
     File f(std::fopen(path.c_str(), "rb"));
     if (!f) {
         error = path + ": cannot open (" + std::strerror(errno) + ")";
         return false;
     }
     JpegError err{};
-    if (!readJpegInto(f.get(), out, err)) {
-        error = path + ": cannot decode JPEG (" + err.message + ")";
+    uint64_t size[2] = {0, 0};
+    if (!readJpegInto(f.get(), out, err, limits, size)) {
+        const bool refused = tooLarge(size[0], size[1], limits);
+        out = Picture{};
+        error = refused ? sizeRefusal(path, size[0], size[1], limits)
+                        : path + ": cannot decode JPEG (" + err.message + ")";
         return false;
     }
     return true;
@@ -183,7 +251,47 @@ bool writeJpegTo(FILE* f, const Picture& p, int quality, JpegError& err) {
     return true;
 }
 
-bool writeTemp(const std::string& tmp, Format format, const Picture& p, int quality, std::string& error) {
+// Temporary files being written, so that a process stopped by a signal can
+// remove them. A file is created and registered under one lock, so once
+// the cleanup holds the lock no new one can appear.
+class PartialFiles {
+public:
+    FILE* create(const std::string& path) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (stopping_) {
+            errno = EINTR;
+            return nullptr;
+        }
+        FILE* f = std::fopen(path.c_str(), "wb");
+        if (f) open_.insert(path);
+        return f;
+    }
+
+    void forget(const std::string& path) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        open_.erase(path);
+    }
+
+    size_t removeAllAndStop() {
+        mutex_.lock();  // kept: the process ends next
+        stopping_ = true;
+        size_t removed = 0;
+        for (const std::string& path : open_) removed += ::unlink(path.c_str()) == 0 ? 1 : 0;
+        return removed;
+    }
+
+private:
+    std::mutex mutex_;
+    std::set<std::string> open_;
+    bool stopping_ = false;
+};
+
+PartialFiles& partialFiles() {
+    static PartialFiles files;
+    return files;
+}
+
+bool writeTo(FILE* f, Format format, const Picture& p, int quality, std::string& error) {
     if (format == Format::Png) {
         png_image image;
         std::memset(&image, 0, sizeof image);
@@ -191,23 +299,18 @@ bool writeTemp(const std::string& tmp, Format format, const Picture& p, int qual
         image.width = static_cast<png_uint_32>(p.width);
         image.height = static_cast<png_uint_32>(p.height);
         image.format = PNG_FORMAT_BGR;
-        if (!png_image_write_to_file(&image, tmp.c_str(), 0, p.bgr.data(), 0, nullptr)) {
+        if (!png_image_write_to_stdio(&image, f, 0, p.bgr.data(), 0, nullptr)) {
             error = std::string("cannot write PNG (") + image.message + ")";
             return false;
         }
-        return true;
+    } else {
+        JpegError err{};
+        if (!writeJpegTo(f, p, quality, err)) {
+            error = std::string("cannot write JPEG (") + err.message + ")";
+            return false;
+        }
     }
-    File f(std::fopen(tmp.c_str(), "wb"));
-    if (!f) {
-        error = std::string("cannot open for writing (") + std::strerror(errno) + ")";
-        return false;
-    }
-    JpegError err{};
-    if (!writeJpegTo(f.get(), p, quality, err)) {
-        error = std::string("cannot write JPEG (") + err.message + ")";
-        return false;
-    }
-    if (std::fflush(f.get()) != 0 || std::ferror(f.get())) {
+    if (std::fflush(f) != 0 || std::ferror(f)) {
         error = std::string("write failed (") + std::strerror(errno) + ")";
         return false;
     }
@@ -223,7 +326,7 @@ Format formatFromPath(const std::string& path) {
     return Format::Unknown;
 }
 
-bool readPicture(const std::string& path, Picture& out, std::string& error) {
+bool readPicture(const std::string& path, Picture& out, std::string& error, const ReadLimits& limits) {
     out = Picture{};
     File f(std::fopen(path.c_str(), "rb"));
     if (!f) {
@@ -233,8 +336,8 @@ bool readPicture(const std::string& path, Picture& out, std::string& error) {
     unsigned char magic[8] = {};
     const size_t got = std::fread(magic, 1, sizeof magic, f.get());
     f.reset();
-    if (got == sizeof magic && png_sig_cmp(magic, 0, sizeof magic) == 0) return readPng(path, out, error);
-    if (got >= 3 && magic[0] == 0xFF && magic[1] == 0xD8 && magic[2] == 0xFF) return readJpeg(path, out, error);
+    if (got == sizeof magic && png_sig_cmp(magic, 0, sizeof magic) == 0) return readPng(path, out, error, limits);
+    if (got >= 3 && magic[0] == 0xFF && magic[1] == 0xD8 && magic[2] == 0xFF) return readJpeg(path, out, error, limits);
     error = path + (got == 0 ? ": empty file" : ": not a PNG or JPEG file");
     return false;
 }
@@ -251,18 +354,29 @@ bool writePicture(const std::string& path, const Picture& picture, int jpegQuali
         return false;
     }
     const std::string tmp = path + ".part";
+    File f(partialFiles().create(tmp));
+    if (!f) {
+        error = path + ": cannot open for writing (" + std::strerror(errno) + ")";
+        return false;
+    }
     std::string why;
-    if (!writeTemp(tmp, format, picture, jpegQuality, why)) {
+    bool ok = writeTo(f.get(), format, picture, jpegQuality, why);
+    if (std::fclose(f.release()) != 0 && ok) {
+        why = std::string("write failed (") + std::strerror(errno) + ")";
+        ok = false;
+    }
+    if (ok && std::rename(tmp.c_str(), path.c_str()) != 0) {
+        why = std::string("cannot write (") + std::strerror(errno) + ")";
+        ok = false;
+    }
+    if (!ok) {
         std::remove(tmp.c_str());
         error = path + ": " + why;
-        return false;
     }
-    if (std::rename(tmp.c_str(), path.c_str()) != 0) {
-        error = path + ": cannot write (" + std::strerror(errno) + ")";
-        std::remove(tmp.c_str());
-        return false;
-    }
-    return true;
+    partialFiles().forget(tmp);
+    return ok;
 }
+
+size_t removePartialOutputsForExit() { return partialFiles().removeAllAndStop(); }
 
 }  // namespace oxio

@@ -27,6 +27,16 @@ std::string identity(const fs::path& path) {
     return (ec ? path : full).string();
 }
 
+}  // namespace
+
+bool samePath(const std::string& a, const std::string& b) {
+    std::error_code ec;
+    if (fs::equivalent(a, b, ec)) return true;  // hard links too
+    return identity(a) == identity(b);
+}
+
+namespace {
+
 // What the user sees while jobs run. On a terminal one progress line is
 // rewritten in place; otherwise every file gets a plain line, which keeps
 // logs readable.
@@ -79,12 +89,16 @@ bool processOrThrow(const Settings& settings, const Job& job, std::string& error
         return false;
     }
     oxio::Picture picture;
-    if (!oxio::readPicture(job.input, picture, error)) return false;
-    if (picture.droppedAlpha) note = job.input + ": alpha channel dropped";
+    if (!oxio::readPicture(job.input, picture, error, {settings.maxPixels, "--max-pixels raises it"})) return false;
+    std::vector<std::string> notes;
+    if (picture.droppedAlpha) notes.push_back("alpha channel dropped");
     oxio::Picture result;
-    const int32_t status = applyEffect(*settings.effect, settings.values, picture, result);
-    if (status != 0) {
-        error = job.input + ": " + settings.effect->name + " failed with status " + std::to_string(status);
+    std::string remark;
+    const bool ok = applyEffect(*settings.effect, settings.values, picture, result, error, remark);
+    if (!remark.empty()) notes.push_back(remark);
+    for (const std::string& text : notes) note += (note.empty() ? job.input + ": " : "; ") + text;
+    if (!ok) {
+        error = job.input + ": " + error;
         return false;
     }
     return oxio::writePicture(job.output, result, settings.quality, error);
@@ -132,10 +146,8 @@ bool planJobs(const std::vector<std::string>& inputs, const std::string& folder,
     for (const std::string& file : files) {
         Job job{file, (fs::path(folder) / fs::path(file).filename()).string(), {}};
         const std::string id = identity(job.output);
-        if (inputIds.count(id))
-            job.refusal = file + ": the output " + job.output + " would overwrite an input";
-        else if (!outputIds.insert(id).second)
-            job.refusal = file + ": another input already writes " + job.output;
+        job.overwritesInput = inputIds.count(id) != 0;
+        if (!outputIds.insert(id).second) job.refusal = file + ": another input already writes " + job.output;
         jobs.push_back(std::move(job));
     }
     return true;

@@ -3,6 +3,7 @@
 // output behind.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -14,22 +15,28 @@ struct Settings {
     const Effect* effect = nullptr;
     Values values;
     int quality = 90;
+    uint64_t maxPixels = oxio::kDefaultMaxPixels;
 };
 
 struct Job {
     std::string input;
     std::string output;
-    std::string refusal;  // set when the job must not run, with the reason
+    std::string refusal;           // set when the job must not run, with the reason
+    bool overwritesInput = false;  // the output is one of the inputs
 };
+
+// Whether two paths name the same file, even when it does not exist yet.
+bool samePath(const std::string& a, const std::string& b);
 
 // Reads, runs and writes one file. On failure returns false and a one-line
 // message naming the file; `note` receives remarks such as a dropped alpha.
 bool processFile(const Settings& settings, const Job& job, std::string& error, std::string& note);
 
 // Turns inputs (files, or folders of .png/.jpg/.jpeg files) into jobs that
-// write into `folder` under the input's file name. A job that would
-// overwrite its input or another job's output is refused. Returns false and
-// a message when an input folder cannot be listed or nothing is found.
+// write into `folder` under the input's file name. A job whose output is
+// one of the inputs is marked; one that would write another job's output is
+// refused. Returns false and a message when an input folder cannot be
+// listed or nothing is found.
 bool planJobs(const std::vector<std::string>& inputs, const std::string& folder, std::vector<Job>& jobs,
               std::string& error);
 

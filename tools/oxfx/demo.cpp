@@ -146,9 +146,11 @@ int runDemo(const CommandLine& line, const std::string& program) {
     for (const Effect& effect : effects()) {
         const std::string output = (folder / (stem + "-" + effect.name + ".png")).string();
         oxio::Picture result;
-        const int32_t code = applyEffect(effect, defaultValues(effect), picture, result);
-        if (code != 0) {
-            std::fprintf(stderr, "oxfx: %s failed with status %d\n", effect.name, code);
+        std::string note;
+        const bool ok = applyEffect(effect, defaultValues(effect), picture, result, error, note);
+        if (!note.empty()) std::fprintf(stderr, "oxfx: note: %s\n", note.c_str());
+        if (!ok) {
+            std::fprintf(stderr, "oxfx: %s\n", error.c_str());
             status = 1;
         } else if (!oxio::writePicture(output, result, 90, error)) {
             std::fprintf(stderr, "oxfx: %s\n", error.c_str());

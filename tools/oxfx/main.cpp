@@ -1,7 +1,8 @@
 // oxfx: the library's three photographic effects on PNG and JPEG files.
 //
 // Exit status: 0 success, 1 a file could not be read, processed or written,
-// 2 the command line was wrong.
+// 2 the command line was wrong, 128 + the signal when stopped by SIGINT or
+// SIGTERM.
 
 #include <algorithm>
 #include <cstdio>
@@ -13,6 +14,7 @@
 #include "demo.hpp"
 #include "effects.hpp"
 #include "options.hpp"
+#include "signals.hpp"
 
 namespace fs = std::filesystem;
 
@@ -25,7 +27,19 @@ constexpr int kUsage = 2;
 const std::vector<oxfx::Option> kCommonOptions = {
     {"quality", "N", "JPEG quality of the output", oxfx::Kind::Whole, 90, 1, 100},
     {"jobs", "N", "files processed at once in batch mode; 0 is one per core", oxfx::Kind::Whole, 0, 0, 1024},
+    {"max-pixels", "N", "refuse larger pictures before reading their pixels", oxfx::Kind::Whole,
+     static_cast<double>(oxio::kDefaultMaxPixels), 1, 1e12},
 };
+
+// `text` with every line indented by `by` spaces.
+std::string indented(const std::string& text, size_t by) {
+    std::string out(by, ' ');
+    for (char c : text) {
+        out += c;
+        if (c == '\n') out.append(by, ' ');
+    }
+    return out;
+}
 
 void printUsage() {
     std::printf(
@@ -38,22 +52,32 @@ void printUsage() {
     std::printf(
         "  %-11s%s\n"
         "\n"
-        "Inputs are PNG or JPEG files (8-bit grey, RGB or RGBA; alpha is dropped).\n"
-        "The output's extension chooses its format: .png, .jpg or .jpeg.\n"
-        "With several inputs, or a folder of them, the last argument is the output\n"
-        "folder; files keep their names and run in parallel, one per core.\n"
+        "Inputs are PNG or JPEG files (8-bit grey, RGB or RGBA; alpha is dropped) of at\n"
+        "most 100 megapixels (--max-pixels N changes that). The output's extension\n"
+        "chooses its format: .png, .jpg or .jpeg. An output never replaces its input\n"
+        "unless --overwrite is given. With several inputs, or a folder of them, the\n"
+        "last argument is the output folder; files keep their names and run in\n"
+        "parallel, one per core.\n"
+        "\n"
+        "Picture sizes, with the default options:\n",
+        "demo", "the three effects of a sample photograph, into FOLDER (default demo-out)");
+    for (const oxfx::Effect& effect : oxfx::effects())
+        std::printf("  %-11s%s\n", effect.name, indented(effect.sizes, 13).c_str() + 13);
+    std::printf(
         "\n"
         "'oxfx COMMAND --help' lists the options of a command and their defaults.\n"
-        "Exit status: 0 success, 1 a file failed, 2 a wrong command line.\n",
-        "demo", "the three effects of a sample photograph, into FOLDER (default demo-out)");
+        "Exit status: 0 success, 1 a file failed, 2 a wrong command line,\n"
+        "130 or 143 stopped by SIGINT or SIGTERM (unfinished outputs are removed).\n");
 }
 
 void printEffectHelp(const oxfx::Effect& effect) {
     std::printf(
         "usage: oxfx %s INPUT OUTPUT [options]\n"
         "       oxfx %s INPUT... FOLDER [options]\n"
-        "%s.\n\noptions:\n%s%s  -h, --help          this text\n",
-        effect.name, effect.name, effect.summary, oxfx::describeOptions(effect.options).c_str(),
+        "%s.\n\npicture sizes:\n%s\n\noptions:\n%s%s"
+        "  --overwrite         let an output replace its input\n"
+        "  -h, --help          this text\n",
+        effect.name, effect.name, effect.summary, indented(effect.sizes, 2).c_str(), oxfx::describeOptions(effect.options).c_str(),
         oxfx::describeOptions(kCommonOptions).c_str());
 }
 
@@ -80,8 +104,21 @@ bool isFolder(const std::string& path) {
     return fs::is_directory(path, ec);
 }
 
+// A single OUTPUT must be writable as a picture before any work is done.
+std::string outputProblem(const std::string& output) {
+    fs::path folder = fs::path(output).parent_path();
+    if (folder.empty()) folder = ".";
+    std::error_code ec;
+    if (!fs::exists(folder, ec)) return output + ": the folder " + folder.string() + " does not exist";
+    if (!isFolder(folder.string())) return output + ": " + folder.string() + " is not a folder";
+    if (oxio::formatFromPath(output) != oxio::Format::Unknown) return {};
+    if (fs::path(output).extension().empty())
+        return output + ": the output needs an extension (.png, .jpg or .jpeg), or to be an existing folder";
+    return output + ": unsupported output extension (use .png, .jpg or .jpeg)";
+}
+
 int runEffect(const oxfx::Effect& effect, const std::vector<std::string>& args) {
-    oxfx::Syntax syntax{effect.options, {}, {}};
+    oxfx::Syntax syntax{effect.options, {}, {"overwrite"}};
     syntax.numbers.insert(syntax.numbers.end(), kCommonOptions.begin(), kCommonOptions.end());
     oxfx::CommandLine line;
     std::string error;
@@ -93,12 +130,19 @@ int runEffect(const oxfx::Effect& effect, const std::vector<std::string>& args) 
     }
     if (line.paths.size() < 2) return usageError("needs an INPUT and an OUTPUT", command.c_str());
 
-    oxfx::Settings settings{&effect, line.values, static_cast<int>(line.values["quality"])};
+    oxfx::Settings settings{&effect, line.values, static_cast<int>(line.values["quality"]),
+                            static_cast<uint64_t>(line.values["max-pixels"])};
+    const bool overwrite = oxfx::hasSwitch(line, "overwrite");
     const std::string& last = line.paths.back();
     std::vector<std::string> inputs(line.paths.begin(), line.paths.end() - 1);
     if (inputs.size() == 1 && !isFolder(inputs[0]) && !isFolder(last)) {
+        const std::string problem = outputProblem(last);
+        if (!problem.empty()) return usageError(problem, command.c_str());
+        if (!overwrite && oxfx::samePath(inputs[0], last))
+            return usageError(last + ": the output is the input; --overwrite lets it be replaced", command.c_str());
+        oxfx::removePartialOutputsOnSignal();
         std::string note;
-        const bool ok = oxfx::processFile(settings, {inputs[0], last, {}}, error, note);
+        const bool ok = oxfx::processFile(settings, {inputs[0], last, {}, false}, error, note);
         if (!note.empty()) std::fprintf(stderr, "oxfx: note: %s\n", note.c_str());
         if (ok) return 0;
         std::fprintf(stderr, "oxfx: %s\n", error.c_str());
@@ -110,16 +154,23 @@ int runEffect(const oxfx::Effect& effect, const std::vector<std::string>& args) 
     // A new folder named like a picture is almost always a forgotten OUTPUT.
     if ((exists && !isFolder(last)) || (!exists && oxio::formatFromPath(last) != oxio::Format::Unknown))
         return usageError(last + ": with several inputs or a folder the output must be a folder", command.c_str());
-    fs::create_directories(last, ec);
-    if (ec) {
-        std::fprintf(stderr, "oxfx: %s: cannot create the folder (%s)\n", last.c_str(), ec.message().c_str());
-        return kFailed;
-    }
     std::vector<oxfx::Job> jobs;
     if (!oxfx::planJobs(inputs, last, jobs, error)) {
         std::fprintf(stderr, "oxfx: %s\n", error.c_str());
         return kFailed;
     }
+    if (!overwrite) {
+        for (const oxfx::Job& job : jobs)
+            if (job.overwritesInput)
+                return usageError(job.output + ": the output is an input; --overwrite lets it be replaced",
+                                  command.c_str());
+    }
+    fs::create_directories(last, ec);
+    if (ec) {
+        std::fprintf(stderr, "oxfx: %s: cannot create the folder (%s)\n", last.c_str(), ec.message().c_str());
+        return kFailed;
+    }
+    oxfx::removePartialOutputsOnSignal();
     const auto workers = static_cast<unsigned>(line.values["jobs"]);
     return oxfx::runJobs(settings, jobs, workers) == 0 ? 0 : kFailed;
 }
@@ -133,6 +184,7 @@ int runDemo(const std::vector<std::string>& args, const char* program) {
         return 0;
     }
     if (line.paths.size() > 1) return usageError("demo takes one FOLDER", "demo ");
+    oxfx::removePartialOutputsOnSignal();
     return oxfx::runDemo(line, program);
 }
 

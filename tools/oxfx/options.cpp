@@ -24,7 +24,7 @@ bool contains(const std::vector<std::string>& names, std::string_view name) {
 
 std::string formatNumber(double value) {
     char text[32];
-    std::snprintf(text, sizeof text, "%g", value);
+    std::snprintf(text, sizeof text, "%.15g", value);
     return text;
 }
 

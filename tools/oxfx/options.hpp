@@ -49,7 +49,7 @@ bool parseCommandLine(const std::vector<std::string>& args, const Syntax& syntax
 
 bool hasSwitch(const CommandLine& line, std::string_view name);
 
-// "%g" of a value, for messages and help.
+// A value in at most 15 significant digits, for messages and help.
 std::string formatNumber(double value);
 
 // The help lines of the options: "  --name X   help (min to max; default d)".

@@ -475,7 +475,8 @@ def emit_py(model):
 
 def emit_probe(model):
     out = [
-        "/* Written by bindings/generate.py: prints the layout of every record. */",
+        "/* Written by bindings/generate.py: prints the size of every record and the\n"
+        " * offset and size of each of its fields. */",
         "#include <stddef.h>",
         "#include <stdio.h>",
         '#include "YewWpfWrap.h"',
@@ -484,7 +485,8 @@ def emit_probe(model):
     for name, fields in model.records.items():
         out.append(f'    printf("record {name} %zu\\n", sizeof({name}));')
         for fname, _ in fields:
-            out.append(f'    printf("field {name} {fname} %zu\\n", offsetof({name}, {fname}));')
+            out.append(f'    printf("field {name} {fname} %zu %zu\\n", offsetof({name}, {fname}), '
+                       f'sizeof(((const {name}*)0)->{fname}));')
     out.append("    return 0;")
     out.append("}")
     return "\n".join(out) + "\n"

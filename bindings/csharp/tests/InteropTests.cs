@@ -19,6 +19,7 @@ namespace YewWpfWrap.Tests
         {
             var sizes = new Dictionary<string, long>();
             var offsets = new Dictionary<string, Dictionary<string, long>>();
+            var fieldSizes = new Dictionary<string, long>();
             foreach (string line in Env.Run(Env.Get("OX_LAYOUT_PROBE")).Split('\n'))
             {
                 string[] w = line.Split(' ');
@@ -28,7 +29,10 @@ namespace YewWpfWrap.Tests
                     offsets[w[1]] = new Dictionary<string, long>();
                 }
                 else if (w[0] == "field")
+                {
                     offsets[w[1]][w[2]] = long.Parse(w[3], CultureInfo.InvariantCulture);
+                    fieldSizes[w[1] + "." + w[2]] = long.Parse(w[4], CultureInfo.InvariantCulture);
+                }
             }
             Check.True(sizes.Count >= 30, "the probe printed " + sizes.Count + " records");
 
@@ -48,6 +52,9 @@ namespace YewWpfWrap.Tests
                 {
                     Check.True(offsets[record.Key].ContainsKey(f.Name), record.Key + "." + f.Name + " is not a C field");
                     Check.Equal(offsets[record.Key][f.Name], (long)Marshal.OffsetOf(t, f.Name), record.Key + "." + f.Name + " offset");
+                    // Equal offsets can hide a float where C has a double before padding.
+                    if (!IsTruncatedArray(t, f))
+                        Check.Equal(fieldSizes[record.Key + "." + f.Name], FieldSize(f), record.Key + "." + f.Name + " size");
                 }
                 FieldInfo lengthConst = t.GetFields(BindingFlags.Public | BindingFlags.Static).FirstOrDefault(f => f.IsLiteral);
                 if (lengthConst == null)
@@ -65,6 +72,19 @@ namespace YewWpfWrap.Tests
                 Check.True(record.Value >= end && record.Value - end < 8,
                     $"{record.Key} size: C has {record.Value}, the declaration ends at {end}");
             }
+        }
+
+        static bool IsTruncatedArray(Type t, FieldInfo f) => t.GetField(f.Name + "Length") != null;
+
+        /// <summary>Bytes the marshaller gives a field, fixed buffers and arrays included.</summary>
+        static long FieldSize(FieldInfo f)
+        {
+            var marshal = (MarshalAsAttribute)f.GetCustomAttributes(typeof(MarshalAsAttribute), false).FirstOrDefault();
+            if (marshal != null && marshal.Value == UnmanagedType.ByValArray)
+                return (long)marshal.SizeConst * Marshal.SizeOf(f.FieldType.GetElementType());
+            if (marshal != null && marshal.Value == UnmanagedType.I1)
+                return 1;
+            return Marshal.SizeOf(f.FieldType);
         }
 
         public static void ExportsAndDeclarationsMatch()

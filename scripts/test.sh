@@ -4,6 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
+scripts/test-bindings.sh --install-only
 scripts/fetch-photos.sh >/dev/null
 jobs=$(nproc)
 run_suite() {

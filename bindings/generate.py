@@ -179,16 +179,14 @@ def header_order():
 def parse():
     model = Model()
     for _, text in header_order():
-        text = strip_comments(text)
-        body = []
+        text = strip_comments(text).replace("\\\n", " ")  # continued lines
+        body, pending = [], []
         for line in text.splitlines():
             s = line.strip()
             m = re.match(r"#\s*define\s+([A-Za-z_]\w*)\s+(.+)$", s)
             if m and not m.group(1).endswith("_H"):
-                try:
-                    model.constants[m.group(1)] = eval_int(m.group(2), model.constants)
-                except HeaderError:
-                    pass  # macros that are not integer constants
+                if not define(m.group(1), m.group(2), model):
+                    pending.append(m.groups())
             if not s.startswith("#"):
                 body.append(line)
         text = "\n".join(body)
@@ -196,7 +194,19 @@ def parse():
         text = re.sub(r"\bOX_PRINTF_LIKE\s*\([^)]*\)", " ", text)
         for stmt in statements(text):
             parse_statement(stmt, model)
+        # Macros that name an enum constant of the same header; the rest are
+        # not integer constants (export and attribute macros).
+        for name, value in pending:
+            define(name, value, model)
     return model
+
+
+def define(name, value, model):
+    try:
+        model.constants[name] = eval_int(value, model.constants)
+        return True
+    except HeaderError:
+        return False
 
 
 def statements(text):
@@ -268,7 +278,11 @@ def parse_statement(s, model):
 
 # ---------------------------------------------------------------- C#
 
-CS_KEYWORDS = {"params", "out", "ref", "in", "base", "object", "string", "checked", "fixed", "lock", "event"}
+CS_KEYWORDS = set("""abstract as base bool break byte case catch char checked class const continue decimal
+    default delegate do double else enum event explicit extern false finally fixed float for foreach goto if
+    implicit in int interface internal is lock long namespace new null object operator out override params
+    private protected public readonly ref return sbyte sealed short sizeof stackalloc static string struct
+    switch this throw true try typeof uint ulong unchecked unsafe ushort using virtual void volatile while""".split())
 
 
 def cs_ident(name):
@@ -342,7 +356,8 @@ def emit_cs(model):
     out.append("        public const string Library = \"YewWpfWrap\";")
     out.append("")
     for name, value in model.constants.items():
-        out.append(f"        public const int {name} = {value};")
+        kind = "int" if -2**31 <= value < 2**31 else "long"
+        out.append(f"        public const {kind} {name} = {value};")
     out.append("")
     out.append("        /// <summary>Exported globals (name, C type); read them through GlobalAddress.</summary>")
     out.append("        public static readonly string[][] Globals =")

@@ -3,6 +3,7 @@ and against the library's exported names, both ways."""
 import ctypes
 import os
 import subprocess
+import sys
 
 import pytest
 
@@ -82,7 +83,7 @@ def test_records_and_by_value_results_cross_the_boundary():
 def test_library_location(tmp_path):
     # An explicit path is used alone: a wrong one is an error, not a fallback.
     env = dict(os.environ, YEWWPFWRAP_LIBRARY=str(tmp_path / "missing.so"))
-    done = subprocess.run([os.sys.executable, "-c", "import yewwpfwrap"], env=env, capture_output=True, text=True)
+    done = subprocess.run([sys.executable, "-c", "import yewwpfwrap"], env=env, capture_output=True, text=True)
     assert done.returncode != 0 and "missing.so" in done.stderr
     # A copy next to the package is found without the variable.
     package = tmp_path / "yewwpfwrap"
@@ -94,6 +95,6 @@ def test_library_location(tmp_path):
     os.symlink(os.environ["OX_LIBRARY"], package / "libYewWpfWrap.so")
     env = {k: v for k, v in os.environ.items() if k not in ("YEWWPFWRAP_LIBRARY", "LD_LIBRARY_PATH")}
     env["PYTHONPATH"] = str(tmp_path)
-    done = subprocess.run([os.sys.executable, "-c", "import yewwpfwrap as y; print(y.lib._name)"],
+    done = subprocess.run([sys.executable, "-c", "import yewwpfwrap as y; print(y.lib._name)"],
                           env=env, capture_output=True, text=True, check=True)
     assert done.stdout.strip() == str(package / "libYewWpfWrap.so")

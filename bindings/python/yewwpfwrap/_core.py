@@ -209,7 +209,10 @@ class Image:
         self.close()
 
     def __del__(self):
-        self.close()
+        try:
+            self.close()
+        except Exception:  # noqa: BLE001 - at interpreter exit the library may be gone already
+            pass
 
     def __repr__(self):
         if not getattr(self, "_ptr", None):

@@ -7,6 +7,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
+scripts/test-bindings.sh --install-only
 scripts/fetch-photos.sh >/dev/null
 # Golden tests fail, instead of skipping, when a photograph is missing.
 export OX_REQUIRE_PHOTOS=${OX_REQUIRE_PHOTOS:-1}

@@ -95,12 +95,13 @@ bool parse(int argc, char** argv, Options& o) {
     return true;
 }
 
-std::string firstLine(const char* path, const char* prefix) {
-    std::ifstream in(path);
-    std::string line;
-    while (std::getline(in, line))
-        if (line.rfind(prefix, 0) == 0) return line.substr(line.find(':') == std::string::npos ? 0 : line.find(':') + 2);
-    return "?";
+std::string cpuModel() {
+    std::ifstream in("/proc/cpuinfo");
+    for (std::string line; std::getline(in, line);) {
+        const size_t colon = line.find(':');
+        if (line.rfind("model name", 0) == 0 && colon != std::string::npos) return line.substr(colon + 1);
+    }
+    return " unknown";
 }
 
 std::string loadAverage() {
@@ -268,8 +269,8 @@ int main(int argc, char** argv) {
         used = "none found (scripts/fetch-photos.sh); a synthetic picture";
         photo = oxcmp::syntheticPhoto({1200, 900});
     }
-    std::fprintf(stderr, "# OpenCV %s, %d thread(s); CPU %s, %ld cores; %s\n", CV_VERSION, cv::getNumThreads(),
-                 firstLine("/proc/cpuinfo", "model name").c_str(), sysconf(_SC_NPROCESSORS_ONLN),
+    std::fprintf(stderr, "# OpenCV %s, %d thread(s); CPU%s, %ld cores; %s\n", CV_VERSION, cv::getNumThreads(),
+                 cpuModel().c_str(), sysconf(_SC_NPROCESSORS_ONLN),
                  cv::getCPUFeaturesLine().c_str());
     std::fprintf(stderr, "# photo: %s (%dx%d); load average %s at start\n", used.c_str(), photo.cols, photo.rows,
                  loadAverage().c_str());

@@ -16,11 +16,11 @@
 #include <fstream>
 #include <opencv2/core.hpp>
 #include <opencv2/core/utility.hpp>
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "inputs.hpp"
+#include "options.hpp"
 #include "peak_memory.hpp"
 #include "rows.hpp"
 #include "stats.hpp"
@@ -29,71 +29,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-enum class Format { Text, Markdown, Csv };
-
-struct Options {
-    std::string filter = ".*";
-    bool filterGiven = false;
-    int rounds = 11;
-    double minMs = 20.0;
-    Format format = Format::Text;
-    std::string photo;
-    bool memory = false;
-    bool list = false;
-    bool check = false;
-};
-
-const char* kUsage =
-    "usage: ox_compare [options]\n"
-    "  --filter REGEX    rows whose id matches (default: all; --list shows the ids)\n"
-    "  --rounds N        alternating rounds per row (default 11)\n"
-    "  --min-ms MS       shortest timed sample; fast calls repeat to reach it (default 20)\n"
-    "  --format F        text, markdown or csv (default text)\n"
-    "  --photo PATH      photograph to crop and resize (default: the first of build/photos)\n"
-    "  --memory          peak memory of one call of each side instead of times\n"
-    "                    (default filter: the 4000x3000 effects)\n"
-    "  --check           exit 1 when a row is over its goal\n"
-    "  --list            list the rows and exit\n"
-    "Times go to standard output, the machine and progress to standard error.\n";
-
-bool parse(int argc, char** argv, Options& o) {
-    for (int i = 1; i < argc; ++i) {
-        const std::string a = argv[i];
-        const auto value = [&]() -> const char* { return i + 1 < argc ? argv[++i] : nullptr; };
-        const char* v = nullptr;
-        if (a == "--filter" && (v = value())) {
-            o.filter = v;
-            o.filterGiven = true;
-        } else if (a == "--rounds" && (v = value())) {
-            o.rounds = std::atoi(v);
-            if (o.rounds < 1) return false;
-        } else if (a == "--min-ms" && (v = value())) {
-            o.minMs = std::atof(v);
-            if (!(o.minMs >= 0)) return false;
-        } else if (a == "--format" && (v = value())) {
-            const std::string f = v;
-            if (f == "text") o.format = Format::Text;
-            else if (f == "markdown" || f == "md") o.format = Format::Markdown;
-            else if (f == "csv") o.format = Format::Csv;
-            else return false;
-        } else if (a == "--photo" && (v = value())) {
-            o.photo = v;
-        } else if (a == "--memory") {
-            o.memory = true;
-        } else if (a == "--check") {
-            o.check = true;
-        } else if (a == "--list") {
-            o.list = true;
-        } else if (a == "--help" || a == "-h") {
-            std::fputs(kUsage, stdout);
-            std::exit(0);
-        } else {
-            return false;
-        }
-    }
-    if (o.memory && !o.filterGiven) o.filter = "-4000$";
-    return true;
-}
+using oxcmp::Format;
+using oxcmp::Options;
 
 std::string cpuModel() {
     std::ifstream in("/proc/cpuinfo");
@@ -118,18 +55,13 @@ double secondsOf(F&& f, int reps) {
     return std::chrono::duration<double>(Clock::now() - start).count() / reps;
 }
 
-int repsFor(double seconds, double minMs) {
-    if (seconds <= 0) return 1000;
-    return static_cast<int>(std::clamp(std::ceil(minMs / 1000.0 / seconds), 1.0, 1000.0));
-}
-
 struct Result {
     const oxcmp::Row* row = nullptr;
     bool failed = false;
     std::string error;
-    double oursMs = 0, theirsMs = 0, ratio = 0, ratioLow = 0, ratioHigh = 0, difference = 0;
-    int repsOurs = 1, repsTheirs = 1;
-    bool over() const { return failed || ratio > row->goal; }
+    oxcmp::Summary ms{};  // times in milliseconds
+    double difference = 0;
+    bool over() const { return failed || ms.ratio > row->goal; }
 };
 
 Result timeRow(const oxcmp::Row& row, const cv::Mat& photo, const Options& o) {
@@ -147,21 +79,14 @@ Result timeRow(const oxcmp::Row& row, const cv::Mat& photo, const Options& o) {
         c.theirs();
     }
     r.difference = oxcmp::meanAbsDifference(c.oursOut, c.theirsOut);
-    r.repsOurs = repsFor(secondsOf(c.ours, 1), o.minMs);
-    r.repsTheirs = repsFor(secondsOf(c.theirs, 1), o.minMs);
-    std::vector<double> ours, theirs, ratios;
+    const int repsOurs = oxcmp::repsFor(secondsOf(c.ours, 1), o.minMs);
+    const int repsTheirs = oxcmp::repsFor(secondsOf(c.theirs, 1), o.minMs);
+    std::vector<double> ours, theirs;
     for (int round = 0; round < o.rounds; ++round) {
-        const double a = secondsOf(c.ours, r.repsOurs);
-        const double b = secondsOf(c.theirs, r.repsTheirs);
-        ours.push_back(a * 1e3);
-        theirs.push_back(b * 1e3);
-        ratios.push_back(a / b);
+        ours.push_back(secondsOf(c.ours, repsOurs) * 1e3);
+        theirs.push_back(secondsOf(c.theirs, repsTheirs) * 1e3);
     }
-    r.oursMs = oxcmp::median(ours);
-    r.theirsMs = oxcmp::median(theirs);
-    r.ratio = oxcmp::median(ratios);
-    r.ratioLow = oxcmp::quantile(ratios, 0.25);
-    r.ratioHigh = oxcmp::quantile(ratios, 0.75);
+    r.ms = oxcmp::summarise(ours, theirs);
     return r;
 }
 
@@ -175,7 +100,7 @@ void printTimes(const std::vector<Result>& results, Format format) {
                     continue;
                 }
                 std::printf("%s,\"%s\",%.3f,%.3f,%.3f,%.3f,%.3f,%.2f,%d,%.4g\n", r.row->id.c_str(),
-                            r.row->title.c_str(), r.oursMs, r.theirsMs, r.ratio, r.ratioLow, r.ratioHigh, r.row->goal,
+                            r.row->title.c_str(), r.ms.ours, r.ms.theirs, r.ms.ratio, r.ms.ratioQ1, r.ms.ratioQ3, r.row->goal,
                             r.over() ? 1 : 0, r.difference);
             }
             break;
@@ -188,8 +113,8 @@ void printTimes(const std::vector<Result>& results, Format format) {
                                 r.error.c_str());
                     continue;
                 }
-                std::printf("| %s | %.2f | %.2f | %.2f | %.2f-%.2f | <= %.2f | %s |\n", r.row->title.c_str(), r.oursMs,
-                            r.theirsMs, r.ratio, r.ratioLow, r.ratioHigh, r.row->goal, r.over() ? "**over**" : "ok");
+                std::printf("| %s | %.2f | %.2f | %.2f | %.2f-%.2f | <= %.2f | %s |\n", r.row->title.c_str(), r.ms.ours,
+                            r.ms.theirs, r.ms.ratio, r.ms.ratioQ1, r.ms.ratioQ3, r.row->goal, r.over() ? "**over**" : "ok");
             }
             break;
         case Format::Text:
@@ -201,9 +126,9 @@ void printTimes(const std::vector<Result>& results, Format format) {
                     continue;
                 }
                 char quartiles[32];
-                std::snprintf(quartiles, sizeof quartiles, "%.2f-%.2f", r.ratioLow, r.ratioHigh);
-                std::printf("%-15s %10.2f %10.2f %7.2f %13s %6.2f %9.3g  %s\n", r.row->id.c_str(), r.oursMs,
-                            r.theirsMs, r.ratio, quartiles, r.row->goal, r.difference, r.over() ? "OVER" : "ok");
+                std::snprintf(quartiles, sizeof quartiles, "%.2f-%.2f", r.ms.ratioQ1, r.ms.ratioQ3);
+                std::printf("%-15s %10.2f %10.2f %7.2f %13s %6.2f %9.3g  %s\n", r.row->id.c_str(), r.ms.ours,
+                            r.ms.theirs, r.ms.ratio, quartiles, r.row->goal, r.difference, r.over() ? "OVER" : "ok");
             }
             break;
     }
@@ -233,9 +158,15 @@ void printMemory(const std::vector<const oxcmp::Row*>& rows, const cv::Mat& phot
 
 int main(int argc, char** argv) {
     Options o;
-    if (!parse(argc, argv, o)) {
-        std::fputs(kUsage, stderr);
-        return 2;
+    switch (oxcmp::parseOptions(std::vector<std::string>(argv + 1, argv + argc), o)) {
+        case oxcmp::Parsed::Help:
+            std::fputs(oxcmp::kUsage, stdout);
+            return 0;
+        case oxcmp::Parsed::Bad:
+            std::fputs(oxcmp::kUsage, stderr);
+            return 2;
+        case oxcmp::Parsed::Run:
+            break;
     }
     const auto& rows = oxcmp::allRows();
     if (o.list) {
@@ -243,16 +174,8 @@ int main(int argc, char** argv) {
         return 0;
     }
     std::vector<const oxcmp::Row*> selected;
-    try {
-        const std::regex filter(o.filter);
-        for (const oxcmp::Row& row : rows)
-            if (std::regex_search(row.id, filter)) selected.push_back(&row);
-    } catch (const std::regex_error&) {
-        std::fprintf(stderr, "ox_compare: --filter is not a regular expression: %s\n", o.filter.c_str());
-        return 2;
-    }
-    if (selected.empty()) {
-        std::fprintf(stderr, "ox_compare: no row matches %s (--list shows them)\n", o.filter.c_str());
+    if (std::string error; !oxcmp::selectRows(o.filter, selected, error)) {
+        std::fprintf(stderr, "ox_compare: %s\n", error.c_str());
         return 2;
     }
 

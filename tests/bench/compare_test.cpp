@@ -11,6 +11,7 @@
 #include "YewWpfWrap.h"
 #include "inputs.hpp"
 #include "opencv_effects.hpp"
+#include "options.hpp"
 #include "peak_memory.hpp"
 #include "rows.hpp"
 #include "stats.hpp"
@@ -140,6 +141,65 @@ TEST(Quantile, InterpolatesBetweenClosestRanks) {
                           Case{{7.0, 1.0}, 1.0, 7.0}, Case{{7.0, 1.0}, 0.0, 1.0}})
         EXPECT_DOUBLE_EQ(oxcmp::quantile(k.v, k.q), k.expected);
     EXPECT_TRUE(std::isnan(oxcmp::median({})));
+}
+
+// Every round but the last finds ours twice as slow. The median times come
+// from different rounds (11.5 / 6.75 = 1.7); the per-round ratios do not.
+TEST(Summarise, MedianOfPerRoundRatios) {
+    const oxcmp::Summary s = oxcmp::summarise({10, 11, 40, 12}, {5, 5.5, 20, 8});
+    EXPECT_DOUBLE_EQ(s.ours, 11.5);
+    EXPECT_DOUBLE_EQ(s.theirs, 6.75);
+    EXPECT_DOUBLE_EQ(s.ratio, 2.0);
+    EXPECT_DOUBLE_EQ(s.ratioQ1, 1.875);
+    EXPECT_DOUBLE_EQ(s.ratioQ3, 2.0);
+}
+
+TEST(RepsFor, EnoughCallsForOneSampleWithinBounds) {
+    struct Case {
+        double seconds, minMs;
+        int reps;
+    };
+    for (const Case& k : {Case{0.005, 20, 4}, Case{0.006, 20, 4}, Case{0.5, 20, 1}, Case{0.02, 20, 1},
+                          Case{1e-7, 20, 1000}, Case{0.0, 20, 1000}, Case{0.01, 0, 1}})
+        EXPECT_EQ(oxcmp::repsFor(k.seconds, k.minMs), k.reps) << k.seconds << " s, " << k.minMs << " ms";
+}
+
+TEST(Options, RefusesWhatItCannotRun) {
+    const std::vector<std::vector<std::string>> bad = {
+        {"--rounds", "0"}, {"--rounds", "3x"}, {"--rounds"},       {"--min-ms", "-1"},
+        {"--format", "xml"}, {"--filter"},      {"--unknown"},      {"4"}};
+    for (const auto& args : bad) {
+        oxcmp::Options o;
+        EXPECT_EQ(oxcmp::parseOptions(args, o), oxcmp::Parsed::Bad) << args[0];
+    }
+    oxcmp::Options o;
+    ASSERT_EQ(oxcmp::parseOptions({"--rounds", "21", "--format", "csv", "--min-ms", "5", "--check"}, o),
+              oxcmp::Parsed::Run);
+    EXPECT_EQ(o.rounds, 21);
+    EXPECT_EQ(o.format, oxcmp::Format::Csv);
+    EXPECT_EQ(o.minMs, 5.0);
+    EXPECT_TRUE(o.check);
+    EXPECT_EQ(oxcmp::parseOptions({"--list", "--help"}, o), oxcmp::Parsed::Help);
+}
+
+// --memory alone measures exactly the three effects at 4000 x 3000; an
+// explicit filter wins, and a filter that selects nothing is an error.
+TEST(Options, RowSelection) {
+    const auto ids = [](const std::vector<std::string>& args) {
+        oxcmp::Options o;
+        EXPECT_EQ(oxcmp::parseOptions(args, o), oxcmp::Parsed::Run);
+        std::vector<const oxcmp::Row*> rows;
+        std::string error;
+        std::vector<std::string> out;
+        if (oxcmp::selectRows(o.filter, rows, error))
+            for (const oxcmp::Row* r : rows) out.push_back(r->id);
+        return out;
+    };
+    EXPECT_EQ(ids({"--memory"}), (std::vector<std::string>{"simplify-4000", "tiltshift-4000", "enhance-4000"}));
+    EXPECT_EQ(ids({"--memory", "--filter", "enhance"}), (std::vector<std::string>{"enhance-1000", "enhance-4000"}));
+    EXPECT_EQ(ids({}).size(), oxcmp::allRows().size());
+    EXPECT_TRUE(ids({"--filter", "nothing"}).empty());
+    EXPECT_TRUE(ids({"--filter", "("}).empty());
 }
 
 TEST(MeanAbsDifference, PerChannelValueAndInfiniteForOtherShapes) {

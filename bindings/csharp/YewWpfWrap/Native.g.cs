@@ -455,7 +455,16 @@ namespace YewWpfWrap
         public const int OX_ARGB = 3;
         public const int OX_RGBA = 4;
         public const int OX_LOGGER_TEXT_SIZE = 1000;
+        public const int OX_LOG_CONSOLE = 0;
+        public const int OX_LOG_FILE = 1;
+        public const int OX_LOG_CONSOLE_AND_FILE = 2;
         public const int OX_FILE_NAME_SIZE = 1024;
+        public const int OX_TRANSFORM_NEAREST = -1;
+        public const int OX_TRANSFORM_BILINEAR = 0;
+        public const int OX_RESIZE3D_TRILINEAR = 0;
+        public const int OX_RESIZE_NEAREST = -1;
+        public const int OX_RESIZE_BILINEAR = 0;
+        public const int OX_RESIZE_LANCZOS = 1;
         public const int OX_PAD_EXPAND = 0;
         public const int OX_PAD_REFLECT = 1;
         public const int OX_BILATERAL_SPACE_SIZE = 21;

@@ -249,9 +249,9 @@ TEST_F(OxfxTest, HelpListsEveryOptionAndItsLimitsAreAccepted) {
     writePicture("in/a.jpg", 48, 40);
     const std::regex option(R"(--([a-z-]+) [A-Z]+ +[^\n]*\(([-+.e0-9]+) to ([-+.e0-9]+); default)");
     const std::pair<const char*, std::string> commands[] = {
-        {"simplify", "iterations range-factor saturation quality jobs "},
-        {"tiltshift", "strength lens ax ay bx by quality jobs "},
-        {"enhance", "steepness quality jobs "}};
+        {"simplify", "iterations range-factor saturation quality jobs max-pixels "},
+        {"tiltshift", "strength lens ax ay bx by quality jobs max-pixels "},
+        {"enhance", "steepness quality jobs max-pixels "}};
     for (const auto& [command, names] : commands) {
         const Result help = oxfx({command, "--help"});
         EXPECT_EQ(help.status, 0);

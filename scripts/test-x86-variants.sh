@@ -3,7 +3,7 @@
 # Release build of scripts/test.sh (baseline x86-64, no FMA instructions):
 # 1. a build for x86-64-v3 (FMA and AVX2 instructions available to the
 #    compiler, still -ffp-contract=off, so only explicit std::fma fuses);
-# 2. the Release build run again with glibc's maths functions forced onto
+# 2. the Release build of scripts/test.sh run again with glibc's maths functions forced onto
 #    their code paths without FMA (GLIBC_TUNABLES), to catch a result that
 #    follows the last bit of the maths library's own fused variants.
 # The golden hashes must hold in both.
@@ -22,8 +22,10 @@ cmake --build build/x86-v3 -j "$jobs"
 ctest --test-dir build/x86-v3 -j "$jobs" --output-on-failure
 
 echo "== Release build, maths library without its FMA paths"
-if [ ! -f build/release/CMakeCache.txt ]; then
-  cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DOX_BUILD_BENCHMARKS=OFF >/dev/null
+# The Release build scripts/test.sh made, when there is one.
+release=build/test-release
+if [ ! -f "$release/CMakeCache.txt" ]; then
+  cmake -S . -B "$release" -DCMAKE_BUILD_TYPE=Release -DOX_BUILD_BENCHMARKS=OFF >/dev/null
 fi
-cmake --build build/release -j "$jobs"
-GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-FMA ctest --test-dir build/release -j "$jobs" --output-on-failure
+cmake --build "$release" -j "$jobs"
+GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-FMA ctest --test-dir "$release" -j "$jobs" --output-on-failure

@@ -1,0 +1,76 @@
+// The core's fast paths against the plain references, byte for byte, on
+// every path this processor runs: grey conversion, blends, inversion and
+// the 8-bit to float conversion, over awkward widths and every encoding.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/paths.hpp"
+#include "support/test_support.hpp"
+
+using namespace oxtest;
+
+namespace {
+
+constexpr int32_t kColour[] = {OX_BGR, OX_RGB, OX_ARGB, OX_RGBA};
+constexpr int32_t kHeight = 3;
+
+std::string named(const char* what, int32_t w, int32_t enc) {
+    return std::string(what) + " width " + std::to_string(w) + " encoding " + std::to_string(enc);
+}
+
+}  // namespace
+
+TEST(CorePaths, GreyFromColour) {
+    for (int32_t enc : kColour)
+        for (int32_t w : awkwardWidths())
+            expectSameOnEveryPath(named("grey", w, enc), [&] {
+                Image src = noise(w, kHeight, enc, OX_8U, 1), dst = noise(w, kHeight, OX_GRAY, OX_8U, 2);
+                EXPECT_EQ(oxImageCvtColor(src.get(), dst.get()), 0);
+                return bytesOf(dst.get());
+            });
+}
+
+// Weights where the separate float products decide the byte (see the worked
+// values), in place into b as the effects call them, and with a mask whose
+// ROI makes its rows drift against the others.
+TEST(CorePaths, Blends) {
+    struct Case {
+        int32_t enc;
+        uint8_t weight;  // 0: a noise mask
+        bool inPlace, driftingMask;
+    } cases[] = {{OX_GRAY, 65, false, false}, {OX_GRAY, 0, true, false},  {OX_GRAY, 0, false, true},
+                 {OX_BGR, 128, true, false},  {OX_BGR, 0, false, false},  {OX_RGB, 0, true, true},
+                 {OX_ARGB, 5, false, false},  {OX_ARGB, 0, true, false},  {OX_RGBA, 254, true, false},
+                 {OX_RGBA, 0, false, true}};
+    for (const Case& c : cases)
+        for (int32_t w : awkwardWidths())
+            expectSameOnEveryPath(named(c.weight ? "constant blend" : "masked blend", w, c.enc), [&] {
+                Image a = noise(w, kHeight, c.enc, OX_8U, 3), b = noise(w, kHeight, c.enc, OX_8U, 4);
+                Image d = noise(w, kHeight, c.enc, OX_8U, 5), mask = noise(w + 3, kHeight + 1, OX_GRAY, OX_8U, 6);
+                mask->roi = {1, 1, c.driftingMask ? w + 2 : w, kHeight};
+                oxImage* out = c.inPlace ? b.get() : d.get();
+                EXPECT_EQ(c.weight ? oxAddWeigthedS(a.get(), b.get(), out, c.weight)
+                                   : oxAddWeigthedM(a.get(), b.get(), out, mask.get()),
+                          0);
+                return bytesOf(out);
+            });
+}
+
+TEST(CorePaths, InvertAndBytesToFloats) {
+    for (int32_t enc : {OX_GRAY, OX_BGR, OX_RGBA})
+        for (int32_t w : awkwardWidths()) {
+            for (bool inPlace : {false, true})
+                expectSameOnEveryPath(named(inPlace ? "invert in place" : "invert", w, enc), [&] {
+                    Image src = noise(w, kHeight, enc, OX_8U, 7), dst = noise(w, kHeight, enc, OX_8U, 8);
+                    oxImage* out = inPlace ? src.get() : dst.get();
+                    EXPECT_EQ(oxImageInvert(src.get(), out), 0);
+                    return bytesOf(out);
+                });
+            expectSameOnEveryPath(named("8U to 32F", w, enc), [&] {
+                Image src = noise(w, kHeight, enc, OX_8U, 9), dst = make(w, kHeight, enc, OX_32F);
+                EXPECT_EQ(oxImageCvtType(src.get(), dst.get()), 0);
+                return bytesOf(dst.get());
+            });
+        }
+}

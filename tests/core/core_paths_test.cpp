@@ -74,3 +74,18 @@ TEST(CorePaths, InvertAndBytesToFloats) {
             });
         }
 }
+
+// Outputs large enough for the streaming stores, from an offset that is
+// not a multiple of 32 bytes.
+TEST(CorePaths, LargeBytesToFloats) {
+    constexpr int32_t w = 2053, h = 2048;
+    expectSameOnEveryPath("8U to 32F large", [&] {
+        Image src = noise(w, h, OX_GRAY, OX_8U, 10), room = make(w + 1, h, OX_GRAY, OX_32F);
+        Image dst(oxImageCreateHeaderWithType(w, h, OX_GRAY, OX_32F));
+        dst->data = room->data + sizeof(float);
+        EXPECT_EQ(oxImageCvtType(src.get(), dst.get()), 0);
+        std::vector<uint8_t> out(dst->data, dst->data + size_t(w) * h * sizeof(float));
+        dst->data = nullptr;  // the header does not own the pixels
+        return out;
+    });
+}

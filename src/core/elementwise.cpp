@@ -65,9 +65,10 @@ void blendRoi(const oxImage* a, const oxImage* b, oxImage* dst, RoiCursor weight
     }
 }
 
-// Where the blend operations apply: every image 8-bit with the same channel
-// count, colour ones with their channels at the same positions, and a
-// one-channel 8-bit mask. Other combinations keep the cursor walk above.
+// Where the blend operations apply: every image 8-bit with one encoding, so
+// that the channels sit at the same positions in each, and a grey 8-bit
+// mask. Other combinations (mixed encodings, other pixel types read byte by
+// byte) keep the cursor walk above.
 bool sameLayout(std::initializer_list<const oxImage*> images, const oxImage* mask) {
     for (const oxImage* img : images)
         if (img->type != OX_8U || img->encoding != (*images.begin())->encoding) return false;
@@ -161,6 +162,7 @@ OX_TARGET_AVX2 void blendMaskedAvx2(ConstView<uint8_t> a, ConstView<uint8_t> b, 
         uint8_t* rd = dst.row(y);
         int32_t x = 0;
         for (; x + 8 <= a.width; x += 8) {
+            // w = m / 255.0f and u = 1 - w, as weightsOf forms them.
             const __m128i m = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(rm + x));
             const __m256 w = _mm256_div_ps(_mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(m)), scale);
             const __m256 u = _mm256_sub_ps(one, w);

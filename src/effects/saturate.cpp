@@ -211,12 +211,12 @@ namespace ox::detail {
 
 Status saturatePixels(ConstView<uint8_t> src, ChannelOrder srcOrder, View<uint8_t> dst, ChannelOrder dstOrder,
                       float factor, AbortFlag abortFlag) noexcept {
-    const Terms terms(factor, int64_t{src.width} * src.height);
 #if OX_HAVE_AVX2_PATH
     // Both sides with colour pixels; a grey destination takes three writes
     // per pixel in a fixed order, which the plain loop keeps.
     if (useAvx2() && src.channels >= 3 && dst.channels >= 3 && !overlap(src, dst)) {
         const RowFn row = rowAvx2(src.channels, dst.channels);
+        const Terms terms(factor, 0);  // only the last pixels of a row use them: no table
         const Shuffle16 gather = gatherMasks(src.channels, srcOrder), scatter = scatterMasks(dst.channels, dstOrder);
         for (int32_t y = 0; y < src.height; ++y) {
             if (abortRequested(abortFlag)) return Status::Aborted;
@@ -225,6 +225,7 @@ Status saturatePixels(ConstView<uint8_t> src, ChannelOrder srcOrder, View<uint8_
         return Status::Ok;
     }
 #endif
+    const Terms terms(factor, int64_t{src.width} * src.height);
     for (int32_t y = 0; y < src.height; ++y) {
         if (abortRequested(abortFlag)) return Status::Aborted;
         saturateRowPlain(src.row(y), src.channels, srcOrder, dst.row(y), dst.channels, dstOrder, src.width, terms);

@@ -89,3 +89,26 @@ TEST(CorePaths, LargeBytesToFloats) {
         return out;
     });
 }
+
+// A destination header over the same pixels as a source, shifted by one
+// pixel either way: the result depends on the visiting order, which every
+// path keeps.
+TEST(CorePaths, BlendsIntoShiftedOverlap) {
+    for (int32_t enc : {OX_GRAY, OX_BGR, OX_RGBA})
+        for (int32_t shift : {-1, 1})
+            for (bool masked : {false, true})
+                for (int32_t w : {17, 33, 1031})
+                    expectSameOnEveryPath(named(masked ? "masked overlap" : "constant overlap", w, enc), [&] {
+                        Image a = noise(w, kHeight, enc, OX_8U, 14), b = noise(w + 2, kHeight, enc, OX_8U, 15);
+                        Image mask = noise(w, kHeight, OX_GRAY, OX_8U, 16);
+                        b->roi = {1, 0, w, kHeight};
+                        Image d(oxImageCreateHeaderWithType(w + 2, kHeight, enc, OX_8U));
+                        d->data = b->data;
+                        d->roi = {1 + shift, 0, w, kHeight};
+                        EXPECT_EQ(masked ? oxAddWeigthedM(a.get(), b.get(), d.get(), mask.get())
+                                         : oxAddWeigthedS(a.get(), b.get(), d.get(), 100),
+                                  0);
+                        d->data = nullptr;  // b owns the pixels
+                        return bytesOf(b.get());
+                    });
+}

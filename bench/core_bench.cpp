@@ -90,6 +90,14 @@ void BM_PathGrey8UTo32F(benchmark::State& state) {
 }
 BENCHMARK(BM_PathGrey8UTo32F)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 
+void BM_PathGrey32FTo8U(benchmark::State& state) {
+    PathCap cap(state);
+    auto src = oxtest::noise(kWidth, kHeight, OX_GRAY, OX_32F, 4);
+    auto dst = oxtest::make(kWidth, kHeight, OX_GRAY);
+    for (auto _ : state) benchmark::DoNotOptimize(oxImageCvtType(src.get(), dst.get()));
+}
+BENCHMARK(BM_PathGrey32FTo8U)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
 // The blends as the effects call them: in place into b, BGR.
 void BM_PathBlendConstantBgr(benchmark::State& state) {
     PathCap cap(state);

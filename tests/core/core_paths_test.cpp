@@ -3,6 +3,7 @@
 // the 8-bit to float conversion, over awkward widths and every encoding.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 
 #include "support/paths.hpp"
@@ -73,6 +74,22 @@ TEST(CorePaths, InvertAndBytesToFloats) {
                 return bytesOf(dst.get());
             });
         }
+}
+
+// Values that wrap (1.5 gives 126), negatives, NaN, infinities and products
+// beyond the int32 range scattered among ordinary ones, so that some groups
+// of the vector loop fall back to the 64-bit rule and some do not.
+TEST(CorePaths, FloatsToBytes) {
+    const float specials[] = {1.5f, -0.7f, NAN, INFINITY, -INFINITY, 3e7f, -9e6f, 1e20f, 0.999f, -0.0f};
+    for (int32_t enc : {OX_GRAY, OX_BGR})
+        for (int32_t w : awkwardWidths())
+            expectSameOnEveryPath(named("32F to 8U", w, enc), [&] {
+                Image src = noise(w, kHeight, enc, OX_32F, 17), dst = noise(w, kHeight, enc, OX_8U, 18);
+                auto* v = reinterpret_cast<float*>(src->data);
+                for (size_t i = 0; i < byteCount(src.get()) / 4; i += 37) v[i] = specials[i % 10];
+                EXPECT_EQ(oxImageCvtType(src.get(), dst.get()), 0);
+                return bytesOf(dst.get());
+            });
 }
 
 // Outputs large enough for the streaming stores, from an offset that is

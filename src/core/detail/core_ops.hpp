@@ -62,6 +62,11 @@ Status invertPixels(ConstView<uint8_t> src, View<uint8_t> dst) noexcept;
 // dst = src / 255.0f element by element; same width, height and channels.
 Status bytesToFloats(ConstView<uint8_t> src, View<float> dst) noexcept;
 
+// dst = the low byte of src * 255.0f truncated toward zero (NaN gives 0,
+// values beyond int64 saturate first): deliberately not clamped, so 1.5
+// gives 126. Same width, height and channels.
+Status floatsToBytes(ConstView<float> src, View<uint8_t> dst) noexcept;
+
 // dst = clampTrunc(u * a + w * b) with w = weight / 255.0f and u = 1 - w,
 // both products rounded to float before the sum. All views have the same
 // size and channel count (1, 3 or 4); in a colour pixel the bytes at

@@ -4,7 +4,6 @@
 
 #include "core/detail/core_ops.hpp"
 #include "core/detail/image_view.hpp"
-#include "core/detail/interleave_avx2.hpp"
 #include "core/detail/isa.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/pixel_types.hpp"
@@ -101,29 +100,55 @@ void greyRowReference(const uint8_t* s, int32_t channels, ChannelOrder o, uint8_
 }
 
 #if OX_HAVE_AVX2_PATH
-// Sixteen pixels at a time: the channels are gathered into bytes, widened
-// to 16 bits and weighted in pairs, (b, g) by (1868, 9617) and (r, 1) by
-// (4899, 8192), so every lane forms exactly the integer sum of the table
-// entries before the shift.
+// Byte shuffles that turn four pixels (one 16-byte load) into 16-bit pairs
+// (b, g) and (r, 0), ready for the multiply-add.
+struct GreyPairs {
+    __m256i bg, r0;
+};
+
+OX_TARGET_AVX2 GreyPairs greyPairs(int32_t channels, ChannelOrder o) noexcept {
+    alignas(32) int8_t bg[32], r0[32];
+    for (int32_t i = 0; i < 32; ++i) bg[i] = r0[i] = static_cast<int8_t>(0x80);
+    for (int32_t lane = 0; lane < 2; ++lane)
+        for (int32_t i = 0; i < 4; ++i) {
+            const int32_t at = 16 * lane + 4 * i;
+            bg[at] = static_cast<int8_t>(channels * i + o.at[0]);
+            bg[at + 2] = static_cast<int8_t>(channels * i + o.at[1]);
+            r0[at] = static_cast<int8_t>(channels * i + o.at[2]);
+        }
+    return {_mm256_load_si256(reinterpret_cast<const __m256i*>(bg)),
+            _mm256_load_si256(reinterpret_cast<const __m256i*>(r0))};
+}
+
+// Eight pixels: four from each 16-byte load, weighted (b, g) by (1868,
+// 9617) and (r, 0) by (4899, 0), plus the bias: every lane forms exactly the
+// integer sum of the three table entries, then the shift.
 template <int32_t Channels>
-OX_TARGET_AVX2 void greyRowAvx2(const uint8_t* s, ChannelOrder o, uint8_t* d, int32_t n, const Shuffle16& g) noexcept {
+OX_TARGET_AVX2 inline __m256i grey8(const uint8_t* s, const GreyPairs& p) noexcept {
     const __m256i wBG = _mm256_set1_epi32(kBlueWeight | kGreenWeight << 16);
-    const __m256i wR1 = _mm256_set1_epi32(kRedWeight | kGreyBias << 16);
-    const __m256i one = _mm256_set1_epi16(1);
+    const __m256i wR = _mm256_set1_epi32(kRedWeight);
+    const __m256i px = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(s + 4 * Channels),
+                                           reinterpret_cast<const __m128i*>(s));
+    const __m256i sum = _mm256_add_epi32(_mm256_madd_epi16(_mm256_shuffle_epi8(px, p.bg), wBG),
+                                         _mm256_madd_epi16(_mm256_shuffle_epi8(px, p.r0), wR));
+    return _mm256_srli_epi32(_mm256_add_epi32(sum, _mm256_set1_epi32(kGreyBias)), 14);
+}
+
+// 32 pixels per step. Each load reads 16 bytes from the first of four
+// pixels, 4 more than three-channel pixels use, so the loop stops while
+// those bytes still lie in the row.
+template <int32_t Channels>
+OX_TARGET_AVX2 void greyRowAvx2(const uint8_t* s, ChannelOrder o, uint8_t* d, int32_t n, const GreyPairs& p) noexcept {
+    constexpr int32_t kSpare = Channels == 3 ? 2 : 0;
     int32_t x = 0;
-    for (; x + 16 <= n; x += 16, s += 16 * Channels) {
-        __m128i bgr[3];
-        gather16<Channels>(s, g, bgr);
-        const __m256i ch[3] = {_mm256_cvtepu8_epi16(bgr[0]), _mm256_cvtepu8_epi16(bgr[1]), _mm256_cvtepu8_epi16(bgr[2])};
-        const __m256i lo = _mm256_add_epi32(_mm256_madd_epi16(_mm256_unpacklo_epi16(ch[0], ch[1]), wBG),
-                                            _mm256_madd_epi16(_mm256_unpacklo_epi16(ch[2], one), wR1));
-        const __m256i hi = _mm256_add_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(ch[0], ch[1]), wBG),
-                                            _mm256_madd_epi16(_mm256_unpackhi_epi16(ch[2], one), wR1));
-        // The unpacks and the pack both work within 128-bit lanes, so the
-        // words come back in pixel order.
-        const __m256i words = _mm256_packus_epi32(_mm256_srli_epi32(lo, 14), _mm256_srli_epi32(hi, 14));
-        const __m128i bytes = _mm_packus_epi16(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), bytes);
+    for (; x + 32 + kSpare <= n; x += 32, s += 32 * Channels) {
+        const __m256i a = grey8<Channels>(s, p), b = grey8<Channels>(s + 8 * Channels, p);
+        const __m256i c = grey8<Channels>(s + 16 * Channels, p), e = grey8<Channels>(s + 24 * Channels, p);
+        // The packs work within 128-bit lanes; one permutation restores
+        // the pixel order.
+        const __m256i bytes = _mm256_packus_epi16(_mm256_packus_epi32(a, b), _mm256_packus_epi32(c, e));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + x),
+                            _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7)));
     }
     greyRowReference(s, Channels, o, d + x, n - x);
 }
@@ -136,7 +161,7 @@ namespace ox::detail {
 Status greyFromColor(ConstView<uint8_t> src, ChannelOrder order, View<uint8_t> dst) noexcept {
 #if OX_HAVE_AVX2_PATH
     if (useAvx2()) {
-        const Shuffle16 g = gatherMasks(src.channels, order);
+        const GreyPairs g = greyPairs(src.channels, order);
         for (int32_t y = 0; y < src.height; ++y) {
             if (src.channels == 3) greyRowAvx2<3>(src.row(y), order, dst.row(y), src.width, g);
             else greyRowAvx2<4>(src.row(y), order, dst.row(y), src.width, g);

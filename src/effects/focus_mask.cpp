@@ -75,7 +75,6 @@ OX_TARGET_AVX2 void rowAvx2(int32_t first, int32_t n, float rx, float dy2, uint8
     }
     focus::rowPlain(first + i, n - i, rx, dy2, out + i);
 }
-
 #endif
 
 RowFn rowFunction() {

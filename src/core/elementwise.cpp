@@ -202,22 +202,22 @@ inline B16 load16(const uint8_t* p) {
 inline void widen(B16 x, F4 out[4]) {
     const B16 z{};
     const U16 zw{};
-    const U16 lo = reinterpret_cast<U16>(__builtin_shuffle(x, z, B16{0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23}));
-    const U16 hi =
-        reinterpret_cast<U16>(__builtin_shuffle(x, z, B16{8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31}));
-    out[0] = __builtin_convertvector(reinterpret_cast<I4>(__builtin_shuffle(lo, zw, U16{0, 8, 1, 9, 2, 10, 3, 11})), F4);
-    out[1] = __builtin_convertvector(reinterpret_cast<I4>(__builtin_shuffle(lo, zw, U16{4, 12, 5, 13, 6, 14, 7, 15})), F4);
-    out[2] = __builtin_convertvector(reinterpret_cast<I4>(__builtin_shuffle(hi, zw, U16{0, 8, 1, 9, 2, 10, 3, 11})), F4);
-    out[3] = __builtin_convertvector(reinterpret_cast<I4>(__builtin_shuffle(hi, zw, U16{4, 12, 5, 13, 6, 14, 7, 15})), F4);
+    const U16 lo = reinterpret_cast<U16>(
+        __builtin_shufflevector(x, z, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23));
+    const U16 hi = reinterpret_cast<U16>(
+        __builtin_shufflevector(x, z, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31));
+    out[0] = __builtin_convertvector(reinterpret_cast<I4>(__builtin_shufflevector(lo, zw, 0, 8, 1, 9, 2, 10, 3, 11)), F4);
+    out[1] = __builtin_convertvector(reinterpret_cast<I4>(__builtin_shufflevector(lo, zw, 4, 12, 5, 13, 6, 14, 7, 15)), F4);
+    out[2] = __builtin_convertvector(reinterpret_cast<I4>(__builtin_shufflevector(hi, zw, 0, 8, 1, 9, 2, 10, 3, 11)), F4);
+    out[3] = __builtin_convertvector(reinterpret_cast<I4>(__builtin_shufflevector(hi, zw, 4, 12, 5, 13, 6, 14, 7, 15)), F4);
 }
 
 // Values in 0..255: the low byte of each lane.
 inline B16 narrow(const I4 q[4]) {
-    const U16 even{0, 2, 4, 6, 8, 10, 12, 14};
-    const U16 w0 = __builtin_shuffle(reinterpret_cast<U16>(q[0]), reinterpret_cast<U16>(q[1]), even);
-    const U16 w1 = __builtin_shuffle(reinterpret_cast<U16>(q[2]), reinterpret_cast<U16>(q[3]), even);
-    return __builtin_shuffle(reinterpret_cast<B16>(w0), reinterpret_cast<B16>(w1),
-                             B16{0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30});
+    const U16 w0 = __builtin_shufflevector(reinterpret_cast<U16>(q[0]), reinterpret_cast<U16>(q[1]), 0, 2, 4, 6, 8, 10, 12, 14);
+    const U16 w1 = __builtin_shufflevector(reinterpret_cast<U16>(q[2]), reinterpret_cast<U16>(q[3]), 0, 2, 4, 6, 8, 10, 12, 14);
+    return __builtin_shufflevector(reinterpret_cast<B16>(w0), reinterpret_cast<B16>(w1), 0, 2, 4, 6, 8, 10, 12, 14, 16, 18,
+                                   20, 22, 24, 26, 28, 30);
 }
 
 // Sixteen bytes with per-byte weights u[k], w[k] for bytes 4k .. 4k + 3.

@@ -94,7 +94,17 @@ TEST(CorePaths, FloatsToBytes) {
 
 // Outputs large enough for the streaming stores, from an offset that is
 // not a multiple of 32 bytes.
-TEST(CorePaths, LargeBytesToFloats) {
+TEST(CorePaths, LargeInvertAndBytesToFloats) {
+    for (bool inPlace : {false, true})
+        expectSameOnEveryPath(inPlace ? "large invert in place" : "large invert", [&] {
+            Image src = noise(3001, 3000, OX_GRAY, OX_8U, 19), room = make(3002, 3000, OX_GRAY);
+            Image dst(oxImageCreateHeaderWithType(3001, 3000, OX_GRAY, OX_8U));
+            dst->data = inPlace ? src->data : room->data + 3;
+            EXPECT_EQ(oxImageInvert(src.get(), dst.get()), 0);
+            std::vector<uint8_t> out(dst->data, dst->data + size_t(3001) * 3000);
+            dst->data = nullptr;  // the header does not own the pixels
+            return out;
+        });
     constexpr int32_t w = 2053, h = 2048;
     expectSameOnEveryPath("8U to 32F large", [&] {
         Image src = noise(w, h, OX_GRAY, OX_8U, 10), room = make(w + 1, h, OX_GRAY, OX_32F);

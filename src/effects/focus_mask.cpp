@@ -4,15 +4,17 @@
 #include <cstdint>
 #include <cstring>
 
-#if defined(__x86_64__) && defined(__GNUC__)
-#include <immintrin.h>
-#endif
-
 #include "core/detail/handles.hpp"
 #include "core/detail/image_view.hpp"
+#include "core/detail/isa.hpp"
 #include "core/detail/pixel_types.hpp"
+#include "effects/detail/focus_mask_ops.hpp"
 #include "effects/detail/focus_mask_row.hpp"
 #include "ox_tiltshift.h"
+
+#if OX_HAVE_AVX2_PATH
+#include <immintrin.h>
+#endif
 
 using namespace ox::detail;
 
@@ -52,12 +54,12 @@ Run innerColumns(const Ellipse& e, int32_t w) {
 
 using RowFn = void (*)(int32_t first, int32_t n, float rx, float dy2, uint8_t* out);
 
-#if defined(__x86_64__) && defined(__GNUC__)
+#if OX_HAVE_AVX2_PATH
 // Eight pixels at a time with the same operations, each rounded once as in
 // the plain loop: int to float, division, fused multiply-add, square root.
 // maxps returns its second operand for a NaN, which turns NaN into 0 as
 // clampToByte does; the values never exceed 255.
-[[gnu::target("avx2,fma")]] void rowAvx2(int32_t first, int32_t n, float rx, float dy2, uint8_t* out) {
+OX_TARGET_AVX2 void rowAvx2(int32_t first, int32_t n, float rx, float dy2, uint8_t* out) {
     const __m256 vrx = _mm256_set1_ps(rx), vdy2 = _mm256_set1_ps(dy2);
     const __m256 one = _mm256_set1_ps(1.0f), scale = _mm256_set1_ps(255.0f), zero = _mm256_setzero_ps();
     const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
@@ -73,26 +75,35 @@ using RowFn = void (*)(int32_t first, int32_t n, float rx, float dy2, uint8_t* o
     }
     focus::rowPlain(first + i, n - i, rx, dy2, out + i);
 }
+#endif
 
 RowFn rowFunction() {
-    static const bool wide = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-    return wide ? rowAvx2 : focus::rowPlain;
-}
-#else
-RowFn rowFunction() { return focus::rowPlain; }
+#if OX_HAVE_AVX2_PATH
+    if (useAvx2()) return rowAvx2;
 #endif
+    return focus::rowPlain;
+}
+
+// The formula at every pixel, no box: the reference for the paths below.
+void fillReference(const Ellipse& e, View<uint8_t> out) {
+    for (int32_t y = 0; y < out.height; ++y) {
+        const float dy = focus::offset(y, e.cy, e.ry);
+        uint8_t* row = out.row(y);
+        for (int32_t x = 0; x < out.width; ++x) row[x] = focus::maskByte(focus::offset(x, e.cx, e.rx), dy * dy);
+    }
+}
 
 // Only offsets below 1 in magnitude can give a non-zero byte: with |d| >= 1
 // (or NaN) the fused sum is at least 1 and the byte is 0. Rows and columns
 // outside the ellipse's bounding box are therefore cleared without the
 // square root; every byte equals the one the formula gives.
-void fill(const oxFocusMaskParams& p, uint8_t* out, int32_t w, int32_t h) {
-    const Ellipse e = ellipseOf(p, w, h);
+void fill(const Ellipse& e, View<uint8_t> out) {
+    const int32_t w = out.width;
     const Run run = innerColumns(e, w);
     const int32_t first = run.begin < run.end ? static_cast<int32_t>(run.begin - e.cx) : 0;
     const RowFn rowFn = rowFunction();
-    for (int32_t y = 0; y < h; ++y) {
-        uint8_t* row = out + static_cast<int64_t>(y) * w;
+    for (int32_t y = 0; y < out.height; ++y) {
+        uint8_t* row = out.row(y);
         const float dy = focus::offset(y, e.cy, e.ry);
         if (!(std::fabs(dy) < 1.0f) || run.begin == run.end) {
             std::memset(row, 0, static_cast<size_t>(w));
@@ -105,6 +116,20 @@ void fill(const oxFocusMaskParams& p, uint8_t* out, int32_t w, int32_t h) {
 }
 
 }  // namespace
+
+namespace ox::detail {
+
+Status focusMaskFill(const oxFocusMaskParams& p, View<uint8_t> plane) noexcept {
+    if (plane.empty()) return Status::Ok;
+    const Ellipse e = ellipseOf(p, plane.width, plane.height);
+    if (useReference())
+        fillReference(e, plane);
+    else
+        fill(e, plane);
+    return Status::Ok;
+}
+
+}  // namespace ox::detail
 
 extern "C" {
 
@@ -121,8 +146,8 @@ OX_API int32_t oxFocusMaskFill(const oxFocusMaskParams* params, oxImage* image) 
     if (image->height < 1 || image->width < 1) return 0;
     // One byte per pixel fits every image of a known type and encoding.
     if (!hasBuffer(image) || !isKnownType(image->type)) return 1;
-    fill(*params, image->data, image->width, image->height);
-    return 0;
+    const View<uint8_t> plane{image->data, image->width, image->height, 1, image->width};
+    return code(focusMaskFill(*params, plane));
 }
 
 }  // extern "C"

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
 #include <vector>
 
 #include "support/photos.hpp"
@@ -263,5 +264,33 @@ TEST(Resize, CallerScratchFormsMatchTheAllocatingForm) {
         ASSERT_EQ(oxResize1C(src.get(), dst.get(), OX_RESIZE_BILINEAR, work.data()), 0);
         EXPECT_EQ(bytesOf(dst.get()), want);
         EXPECT_EQ(oxResize1C(src.get(), dst.get(), OX_RESIZE_BILINEAR, nullptr), 1);
+    }
+}
+
+// Source and target ROIs in one image: a grey image is read row by row as
+// the target is written, a colour image channel by channel. Both orders
+// show in the bytes, so they are pinned.
+TEST(Resize, SourceAndTargetInOneImage) {
+    struct Case {
+        int32_t encoding, mode;
+        oxRect from, to;
+        uint64_t hash;
+    } cases[] = {
+        {OX_GRAY, OX_RESIZE_BILINEAR, {0, 0, 20, 15}, {3, 2, 37, 28}, 0xe90de5e8c3dab833ull},
+        {OX_GRAY, OX_RESIZE_BILINEAR, {5, 4, 35, 26}, {0, 0, 17, 13}, 0xda70c5a2ccac65f0ull},
+        {OX_BGR, OX_RESIZE_BILINEAR, {0, 0, 20, 15}, {3, 2, 37, 28}, 0xfa5c2fdae2a63e54ull},
+        {OX_RGBA, OX_RESIZE_BILINEAR, {5, 4, 35, 26}, {0, 0, 17, 13}, 0xe48bc4de26c442f3ull},
+        {OX_BGR, OX_RESIZE_NEAREST, {0, 0, 20, 15}, {3, 2, 37, 28}, 0x4c5988f2b3390f13ull},
+        {OX_BGR, OX_RESIZE_NEAREST, {5, 4, 35, 26}, {0, 0, 17, 13}, 0xbb9086e65dcbc01cull},
+    };
+    for (const Case& c : cases) {
+        Image img = noise(40, 30, c.encoding, OX_8U, 8);
+        img->roi = c.from;
+        std::unique_ptr<oxImage, void (*)(oxImage*)> header(oxImageCreateHeader(40, 30, c.encoding),
+                                                            [](oxImage* h) { oxImageReleaseHeader(&h); });
+        header->data = img->data;
+        header->roi = c.to;
+        ASSERT_EQ(oxResize(img.get(), header.get(), c.mode, nullptr), 0);
+        EXPECT_EQ(hashImage(img.get()), c.hash) << c.encoding << "/" << c.mode << ": got 0x" << std::hex << hashImage(img.get());
     }
 }

@@ -3,6 +3,7 @@
 // kernels.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -157,9 +158,10 @@ void bilinearRows(ConstView<uint8_t> src, View<uint8_t> dst, const Tap* rows, in
 }
 
 #if OX_HAVE_AVX2_PATH
-// The AVX2 gather tables and how many samples of each row they cover;
-// the rest of a row (its last few source columns) goes the plain way.
-struct GatherTables {
+// The AVX2 path's read offsets and weight pairs, and how many samples of
+// each row they cover; the rest of a row (its last few source columns)
+// goes the plain way.
+struct VectorTables {
     int32_t* offsets;
     int32_t* pairs;
     int64_t covered;
@@ -167,7 +169,7 @@ struct GatherTables {
 
 // Offsets are int32: the path is taken only when a source row's bytes and
 // a target row's samples fit.
-bool gatherFits(ConstView<uint8_t> src, View<uint8_t> dst) {
+bool vectorTablesFit(ConstView<uint8_t> src, View<uint8_t> dst) {
     return src.channels <= 4 && src.rowElements() + 8 <= INT32_MAX && dst.rowElements() <= INT32_MAX;
 }
 
@@ -177,7 +179,7 @@ bool gatherFits(ConstView<uint8_t> src, View<uint8_t> dst) {
 // the first whose read would leave the source row (a later one may fit
 // again: with two channels the first channel of the second-last pixel
 // does, the second does not).
-GatherTables gatherTables(const Columns& cols, int32_t sw, int32_t* offsets, int32_t* pairs) {
+VectorTables vectorTables(const Columns& cols, int32_t sw, int32_t* offsets, int32_t* pairs) {
     const int32_t C = cols.channels;
     const int64_t rowBytes = static_cast<int64_t>(sw) * C, n = static_cast<int64_t>(cols.dw) * C;
     int64_t covered = -1;
@@ -209,33 +211,33 @@ Status resizeBilinear(ConstView<uint8_t> src, View<uint8_t> dst) {
     // Overlapping views keep the plain loop's order of reads and writes.
     const Isa isa = overlap<uint8_t>(src, dst) ? Isa::Reference : activeIsa();
 #if OX_HAVE_AVX2_PATH
-    const bool avx2 = isa >= Isa::Avx2 && gatherFits(src, dst);
+    const bool avx2 = isa >= Isa::Avx2 && vectorTablesFit(src, dst);
 #else
     const bool avx2 = false;
 #endif
     // Two interpolated rows, the column and row tables, and for AVX2 the
-    // gather offsets and weight pairs.
+    // read offsets and weight pairs.
     const Count rowBuffers = checkedProduct({2, n, sizeof(int32_t)});
     const Count tables = checkedProduct({int64_t{dw} + dh, sizeof(Tap)});
-    const Count gather = checkedProduct({avx2 ? 2 : 0, n, sizeof(int32_t)});
-    const Count bytes = rowBuffers && tables && gather ? checkedSum({*rowBuffers, *tables, *gather}) : std::nullopt;
+    const Count vector = checkedProduct({avx2 ? 2 : 0, n, sizeof(int32_t)});
+    const Count bytes = rowBuffers && tables && vector ? checkedSum({*rowBuffers, *tables, *vector}) : std::nullopt;
     if (!bytes) return Status::Refused;
     Buffer scratch = allocateBuffer(static_cast<size_t>(*bytes));
     if (!scratch) return Status::Refused;
     auto* work = reinterpret_cast<int32_t*>(scratch.get());
-    Tap* colTaps = reinterpret_cast<Tap*>(work + 2 * n);
-    Tap* rowTaps_ = colTaps + dw;
-    columnTaps(colTaps, sw, dw);
-    rowTaps(rowTaps_, src.height, dh);
-    Columns cols{colTaps, dw, dw, C};
-    while (cols.body > 0 && colTaps[cols.body - 1].index == sw - 1) --cols.body;
+    Tap* colTable = reinterpret_cast<Tap*>(work + 2 * n);
+    Tap* rowTable = colTable + dw;
+    columnTaps(colTable, sw, dw);
+    rowTaps(rowTable, src.height, dh);
+    Columns cols{colTable, dw, dw, C};
+    while (cols.body > 0 && colTable[cols.body - 1].index == sw - 1) --cols.body;
 
 #if OX_HAVE_AVX2_PATH
     if (avx2) {
-        int32_t* offsets = reinterpret_cast<int32_t*>(rowTaps_ + dh);
-        const GatherTables g = gatherTables(cols, sw, offsets, offsets + n);
+        int32_t* offsets = reinterpret_cast<int32_t*>(rowTable + dh);
+        const VectorTables g = vectorTables(cols, sw, offsets, offsets + n);
         bilinearRows(
-            src, dst, rowTaps_, work,
+            src, dst, rowTable, work,
             [&](const uint8_t* s, int32_t* out) {
                 resize::interpolateAvx2(s, g.offsets, g.pairs, g.covered, C, src.rowElements(), out);
                 interpolateFrom(s, cols, g.covered, out);
@@ -246,13 +248,13 @@ Status resizeBilinear(ConstView<uint8_t> src, View<uint8_t> dst) {
 #endif
     if (isa == Isa::Reference || C > 4) {
         bilinearRows(
-            src, dst, rowTaps_, work, [&](const uint8_t* s, int32_t* out) { interpolateFrom(s, cols, 0, out); },
+            src, dst, rowTable, work, [&](const uint8_t* s, int32_t* out) { interpolateFrom(s, cols, 0, out); },
             blendPlain);
         return Status::Ok;
     }
     auto fixed = [&]<int32_t N>() {
         bilinearRows(
-            src, dst, rowTaps_, work, [&](const uint8_t* s, int32_t* out) { interpolateFixed<N>(s, cols, out); },
+            src, dst, rowTable, work, [&](const uint8_t* s, int32_t* out) { interpolateFixed<N>(s, cols, out); },
             blendBlocks);
     };
     switch (C) {

@@ -1,6 +1,6 @@
-// Image resize: nearest neighbour for every pixel type, bilinear in fixed
-// point for 8-bit images, Lanczos for double images; and the Lanczos
-// resampling of 1-D functions that the double path is built on.
+// Image resize: the exported shells over the nearest and bilinear
+// operations (geometry/detail/resize_ops.hpp), Lanczos for double images,
+// and the Lanczos resampling of 1-D functions that it is built on.
 #include <algorithm>
 #include <cmath>
 
@@ -64,8 +64,10 @@ int32_t typeOfMode(int32_t mode) { return mode == 1 ? OX_64F : OX_8U; }
 
 int64_t nonNegative(int32_t v) { return v > 0 ? v : 0; }
 
-// Bilinear work area: two int32 row buffers of dst ROI width, then a
-// (column, weight) pair per destination column and one per row.
+// The bilinear work area callers supply: two int32 row buffers of dst ROI
+// width, then a (column, weight) pair per destination column and one per
+// row. The operation allocates its own scratch, so the buffer only has to
+// exist; the planes after it serve the channel-by-channel path.
 int64_t workBytes(const oxImage* dst, int32_t mode) {
     return mode != 1 ? 8 * nonNegative(roiH(dst)) + 16 * nonNegative(roiW(dst)) : 0;
 }

@@ -2,9 +2,40 @@
 // back, as the painterly effect does.
 #include <benchmark/benchmark.h>
 
+#include "core/detail/isa.hpp"
 #include "support/test_support.hpp"
 
 namespace {
+
+using ox::detail::Isa;
+
+// Runs the benchmark on one instruction-set path (argument `isa`: 0 the
+// plain loops, 1 portable, 2 AVX2) and restores the widest afterwards.
+template <class F> void onPath(benchmark::State& state, int64_t isa, F&& body) {
+    if (isa > static_cast<int64_t>(ox::detail::detectedIsa())) return state.SkipWithError("path not available");
+    ox::detail::limitIsa(static_cast<Isa>(isa));
+    body();
+    ox::detail::limitIsa(Isa::Avx2);
+}
+
+// The 12-megapixel colour resize to the working size (down) and back (up),
+// each path against the plain loops.
+void BM_ResizeBgr12MP(benchmark::State& state) {
+    const bool up = state.range(0) != 0;
+    const int32_t mode = static_cast<int32_t>(state.range(1));
+    auto big = oxtest::noise(4000, 3000, OX_BGR, OX_8U, 1);
+    auto small = oxtest::noise(1024, 768, OX_BGR, OX_8U, 2);
+    const oxImage* src = up ? small.get() : big.get();
+    oxImage* dst = up ? big.get() : small.get();
+    onPath(state, state.range(2), [&] {
+        for (auto _ : state) benchmark::DoNotOptimize(oxResize(src, dst, mode, nullptr));
+    });
+    state.SetItemsProcessed(state.iterations() * int64_t{dst->width} * dst->height);
+}
+BENCHMARK(BM_ResizeBgr12MP)
+    ->ArgNames({"up", "mode", "isa"})
+    ->ArgsProduct({{0, 1}, {OX_RESIZE_BILINEAR, OX_RESIZE_NEAREST}, {0, 1, 2}})
+    ->Unit(benchmark::kMillisecond);
 
 void BM_BilinearResizeBgrDownAndUp(benchmark::State& state) {
     auto big = oxtest::noise(4000, 3000, OX_BGR, OX_8U, 1);

@@ -1,10 +1,8 @@
-// Image resize: nearest neighbour for every pixel type, bilinear in fixed
-// point for 8-bit images, Lanczos for double images; and the Lanczos
-// resampling of 1-D functions that the double path is built on.
+// Image resize: the exported shells over the nearest and bilinear
+// operations (geometry/detail/resize_ops.hpp), Lanczos for double images,
+// and the Lanczos resampling of 1-D functions that it is built on.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <utility>
 
 #include "core/detail/handles.hpp"
 #include "core/detail/image_view.hpp"
@@ -12,6 +10,8 @@
 #include "core/detail/pixel_types.hpp"
 #include "core/detail/planes.hpp"
 #include "core/detail/status.hpp"
+#include "core/detail/view.hpp"
+#include "geometry/detail/resize_ops.hpp"
 #include "geometry/detail/sine.hpp"
 #include "ox_resize.h"
 
@@ -64,8 +64,10 @@ int32_t typeOfMode(int32_t mode) { return mode == 1 ? OX_64F : OX_8U; }
 
 int64_t nonNegative(int32_t v) { return v > 0 ? v : 0; }
 
-// Bilinear work area: two int32 row buffers of dst ROI width, then a
-// (column, weight) pair per destination column and one per row.
+// The bilinear work area callers supply: two int32 row buffers of dst ROI
+// width, then a (column, weight) pair per destination column and one per
+// row. The operation allocates its own scratch, so the buffer only has to
+// exist; the planes after it serve the channel-by-channel path.
 int64_t workBytes(const oxImage* dst, int32_t mode) {
     return mode != 1 ? 8 * nonNegative(roiH(dst)) + 16 * nonNegative(roiW(dst)) : 0;
 }
@@ -91,131 +93,16 @@ bool tempTooLarge(const oxImage* src, const oxImage* dst, int32_t mode) {
 
 // ---------------------------------------------------------------- nearest
 
-template <class T> void nearestRows(const oxImage* src, oxImage* dst, const int32_t* cols, double sy) {
-    const int32_t channels = channelCount(src->encoding);
-    const int32_t sh = roiH(src), dw = roiW(dst), dh = roiH(dst);
-    for (int32_t j = 0; j < dh; ++j) {
-        const int32_t sr = std::min(saturateTrunc<int32_t>(std::floor(j / sy)), sh - 1);
-        const T* s = row<const T>(src, src->roi.y + sr) + static_cast<int64_t>(src->roi.x) * channels;
-        T* d = row<T>(dst, dst->roi.y + j) + static_cast<int64_t>(dst->roi.x) * channels;
-        for (int32_t i = 0; i < dw; ++i)
-            for (int32_t c = 0; c < channels; ++c) d[i * channels + c] = s[cols[i] * channels + c];
-    }
-}
-
-Status resizeNearest(const oxImage* src, oxImage* dst) {
+Status nearestImages(const oxImage* src, oxImage* dst) {
     if (src->encoding != dst->encoding || src->type != dst->type || src->width == 0 || src->height == 0 ||
         !isKnownType(src->type) || !roisUsable(src, dst))
         return Status::Refused;
-    const int32_t sw = roiW(src), dw = roiW(dst);
-    const double sx = static_cast<double>(dw) / sw;
-    const double sy = static_cast<double>(roiH(dst)) / roiH(src);
-    Buffer table = allocateBuffer(static_cast<size_t>(dw) * sizeof(int32_t));
-    if (!table) return Status::Refused;
-    auto* cols = reinterpret_cast<int32_t*>(table.get());
-    for (int32_t i = 0; i < dw; ++i) cols[i] = std::min(saturateTrunc<int32_t>(std::floor(i / sx)), sw - 1);
-    visitType(src->type, [&](auto tag) { nearestRows<typename decltype(tag)::type>(src, dst, cols, sy); });
-    return Status::Ok;
-}
-
-// ---------------------------------------------------------------- bilinear
-
-// A source index and the share (0..1024) of the next source sample.
-struct Tap {
-    int32_t index;
-    int32_t weight;
-};
-
-// Centre of destination sample i mapped into the source: the ratio is a
-// float, the product a double rounded back to float; the weight is rounded
-// half down.
-Tap rawTap(int32_t i, float ratio) {
-    const auto f = static_cast<float>((i + 0.5) * static_cast<double>(ratio) - 0.5);
-    const float k = std::floor(f);
-    const double share = static_cast<double>((f - k) * 1024.0f);
-    return {saturateTrunc<int32_t>(k), saturateTrunc<int32_t>(std::ceil(share - 0.5))};
-}
-
-void columnTaps(Tap* taps, int32_t sw, int32_t dw) {
-    const float ratio = static_cast<float>(sw) / static_cast<float>(dw);
-    for (int32_t i = 0; i < dw; ++i) {
-        const Tap t = rawTap(i, ratio);
-        const int32_t c = std::min(std::max(t.index, 0), sw - 1);
-        taps[i] = {c, t.index < 0 || std::max(t.index, 0) >= sw - 1 ? 0 : t.weight};
-    }
-}
-
-void rowTaps(Tap* taps, int32_t sh, int32_t dh) {
-    const float ratio = static_cast<float>(sh) / static_cast<float>(dh);
-    for (int32_t j = 0; j < dh; ++j) {
-        const Tap t = rawTap(j, ratio);
-        taps[j] = {std::max(t.index, 0), t.index < 0 ? 0 : t.weight};
-    }
-}
-
-// One source row interpolated horizontally, in 1/1024 units. Columns
-// mapped onto the last source sample have weight 0 and form the tail of
-// the table; they never read the sample to their right.
-void interpolateRow(const uint8_t* s, const Tap* cols, int32_t body, int32_t dw, int32_t* out) {
-    for (int32_t i = 0; i < body; ++i) {
-        const int32_t c = cols[i].index;
-        out[i] = s[c] * 1024 + (s[c + 1] - s[c]) * cols[i].weight;
-    }
-    for (int32_t i = body; i < dw; ++i) out[i] = s[cols[i].index] * 1024;
-}
-
-// Output bytes from the interpolated upper and lower source rows, rounded
-// to nearest (524288 is half of 2^20). With wy = 0 the lower row is not
-// read. Results are 0..255, so the shift works on an unsigned value.
-template <int32_t N>
-void blendBlock(const int32_t* __restrict a, const int32_t* __restrict b, int32_t wy, uint8_t* __restrict d) {
-    if (wy == 0)
-        for (int32_t l = 0; l < N; ++l) d[l] = static_cast<uint8_t>(static_cast<uint32_t>(a[l] * 1024 + 524288) >> 20);
-    else
-        for (int32_t l = 0; l < N; ++l)
-            d[l] = static_cast<uint8_t>(static_cast<uint32_t>(a[l] * 1024 + (b[l] - a[l]) * wy + 524288) >> 20);
-}
-
-// Fixed-width blocks let the compiler vectorise without a run-time trip
-// count; the remainder goes one sample at a time.
-void blendRows(const int32_t* a, const int32_t* b, int32_t wy, uint8_t* d, int32_t n) {
-    constexpr int32_t kBlock = 32;
-    int32_t i = 0;
-    for (; i + kBlock <= n; i += kBlock) blendBlock<kBlock>(a + i, b + i, wy, d + i);
-    for (; i < n; ++i) blendBlock<1>(a + i, b + i, wy, d + i);
-}
-
-void resizeBilinear(const oxImage* src, oxImage* dst, int32_t* work) {
-    const int32_t sw = roiW(src), sh = roiH(src), dw = roiW(dst), dh = roiH(dst);
-    int32_t* buf[2] = {work, work + dw};
-    Tap* cols = reinterpret_cast<Tap*>(work + 2 * static_cast<int64_t>(dw));
-    Tap* rows = cols + dw;
-    columnTaps(cols, sw, dw);
-    rowTaps(rows, sh, dh);
-    int32_t body = dw;
-    while (body > 0 && cols[body - 1].index == sw - 1) --body;
-
-    auto sourceRow = [&](int32_t r) { return row<const uint8_t>(src, src->roi.y + r) + src->roi.x; };
-    int32_t held[2] = {-1, -1};  // source rows in buf[0] and buf[1]
-    for (int32_t j = 0; j < dh; ++j) {
-        const int32_t r = std::min(rows[j].index, sh - 1);
-        const int32_t wy = rows[j].weight;
-        const bool lower = r < sh - 1 && wy > 0;
-        if (held[0] != r) {
-            if (held[1] == r) {
-                std::swap(buf[0], buf[1]);
-                std::swap(held[0], held[1]);
-            } else {
-                interpolateRow(sourceRow(r), cols, body, dw, buf[0]);
-                held[0] = r;
-            }
-        }
-        if (lower && held[1] != r + 1) {
-            interpolateRow(sourceRow(r + 1), cols, body, dw, buf[1]);
-            held[1] = r + 1;
-        }
-        blendRows(buf[0], buf[1], lower ? wy : 0, row<uint8_t>(dst, dst->roi.y + j) + dst->roi.x, dw);
-    }
+    Status status = Status::Refused;
+    visitType(src->type, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        status = ox::detail::resizeNearest<T>(roiView<const T>(src), roiView<T>(dst));
+    });
+    return status;
 }
 
 // ---------------------------------------------------------------- Lanczos
@@ -265,8 +152,20 @@ Status resize1C(const oxImage* src, oxImage* dst, int32_t mode, void* work) {
         !roisUsable(src, dst) || (mode != 1 && !work))
         return Status::Refused;
     if (mode == 1) return resizeLanczos(src, dst);
-    resizeBilinear(src, dst, static_cast<int32_t*>(work));
-    return Status::Ok;
+    return resizeBilinear(roiView<const uint8_t>(src), roiView<uint8_t>(dst));
+}
+
+// Channels 1 to C of both images at the same places, and no memory shared:
+// the interleaved pixels can be resampled directly. Otherwise channels are
+// taken one by one through planes, which reorders them between encodings,
+// leaves a fourth channel of the target as it is, and makes every channel
+// read the source as it was before the call.
+bool interleavedFits(const oxImage* src, const oxImage* dst, int32_t channels) {
+    if (channelCount(dst->encoding) != channels) return false;
+    for (int32_t c = 1; c <= channels; ++c)
+        if (oxImageGetChannelOffset(src, c) != oxImageGetChannelOffset(dst, c)) return false;
+    const auto s0 = reinterpret_cast<uintptr_t>(src->data), d0 = reinterpret_cast<uintptr_t>(dst->data);
+    return s0 + *bufferBytes(src) <= d0 || d0 + *bufferBytes(dst) <= s0;
 }
 
 Status resizeOpt(const oxImage* src, oxImage* dst, int32_t mode, uint8_t* buffer) {
@@ -276,6 +175,8 @@ Status resizeOpt(const oxImage* src, oxImage* dst, int32_t mode, uint8_t* buffer
     if (channelCount(src->encoding) == 1) return resize1C(src, dst, mode, buffer);
     const int32_t channels = channelCount(src->encoding);
     if (!buffer || channelCount(dst->encoding) < channels) return Status::Refused;
+    if (mode != 1 && interleavedFits(src, dst, channels))
+        return resizeBilinear(roiView<const uint8_t>(src), roiView<uint8_t>(dst));
     // The work area comes first so that its int32 tables, and the double
     // planes after it, stay aligned.
     uint8_t* const planes = buffer + workBytes(dst, mode);
@@ -316,7 +217,7 @@ OX_API int32_t oxResize(const oxImage* src, oxImage* dst, int32_t mode, const vo
     if (!src || !dst) return code(Status::Refused);
     // A ROI that would be refused must not first cost a scratch of its size.
     if (!roisUsable(src, dst)) return code(Status::Refused);
-    if (mode == -1) return code(resizeNearest(src, dst));
+    if (mode == -1) return code(nearestImages(src, dst));
     if (tempTooLarge(src, dst, mode)) return code(Status::Refused);
     return withScratch(sizeOrZero(tempBytes(src, dst, mode)), false,
                        [&](uint8_t* buffer) { return code(resizeOpt(src, dst, mode, buffer)); });

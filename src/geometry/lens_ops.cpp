@@ -220,14 +220,20 @@ Status distortWhole(const Distortion& d, ConstView<uint8_t> src, View<uint8_t> d
 // With crop: only the crop's rows that the resize reads are distorted; the
 // others are never written and never read. The flag is still polled once
 // per source row.
-Status distortCrop(const Distortion& d, ConstView<uint8_t> src, View<uint8_t> dst, AbortFlag abortFlag) {
+Status distortCrop(const Distortion& d, ConstView<uint8_t> src, View<uint8_t> dst, AbortFlag abortFlag,
+                   std::span<uint8_t> scratch) {
     oxRect rect;
     if (!cropRect(d, src.width, src.height, rect) ||
         !resizeScratchFits(rect.width, rect.height, dst.width, dst.height, src.channels))
         return lensRefusal(src.height, abortFlag);
-    OwnedView<uint8_t> work = allocateView<uint8_t>(rect.width, rect.height, src.channels);
+    const Count workBytes = checkedProduct({rect.width, rect.height, src.channels});
+    OwnedView<uint8_t> work;
+    if (workBytes && static_cast<uint64_t>(*workBytes) <= scratch.size())
+        work.view = {scratch.data(), rect.width, rect.height, src.channels, int64_t{rect.width} * src.channels};
+    else
+        work = allocateView<uint8_t>(rect.width, rect.height, src.channels);
     OwnedView<uint8_t> read = allocateView<uint8_t>(rect.height, 1, 1);
-    if (!work || !read) return Status::Refused;
+    if (!work.view.data || !read) return Status::Refused;
     markRowsRead(rect.height, dst.height, read.view.data);
     const RowKernel distortRow = rowKernelFor(src);
     for (int32_t y = 0; y < src.height; ++y) {
@@ -241,10 +247,11 @@ Status distortCrop(const Distortion& d, ConstView<uint8_t> src, View<uint8_t> ds
 
 }  // namespace
 
-Status lensDistortion(const LensParams& p, ConstView<uint8_t> src, View<uint8_t> dst, AbortFlag abortFlag) {
+Status lensDistortion(const LensParams& p, ConstView<uint8_t> src, View<uint8_t> dst, AbortFlag abortFlag,
+                      std::span<uint8_t> scratch) {
     const Distortion d = lens::distortionOf(p.amount, p.cx, p.cy, src.width, src.height);
     if (useReference()) return referenceLens(d, p.crop, src, dst, abortFlag);
-    return p.crop ? distortCrop(d, src, dst, abortFlag) : distortWhole(d, src, dst, abortFlag);
+    return p.crop ? distortCrop(d, src, dst, abortFlag, scratch) : distortWhole(d, src, dst, abortFlag);
 }
 
 Status lensRefusal(int32_t rows, AbortFlag abortFlag) noexcept {

@@ -80,10 +80,11 @@ TEST(LensPaths, EveryFormMatchesTheReference) {
             const int32_t h = w == 1031 ? 6 : 2 + w % 13;
             const size_t bytes = size_t(w) * h * channels;
             for (const Shape& s : kShapes)
-                for (int variant = 0; variant < 4; ++variant) {
+                for (int variant = 0; variant < 5; ++variant) {
                     // 0: no flag; 1: a clear flag (the work-image form
                     // without crop); 2: in place (uncropped only); 3: a set
-                    // flag, which must leave dst as it was.
+                    // flag, which must leave dst as it was; 4: lent scratch
+                    // of the source's size (dirty).
                     const bool flag = variant == 1 || variant == 3, inPlace = variant == 2;
                     const int32_t* abortFlag = variant == 3 ? &set : flag ? &clear : nullptr;
                     if (inPlace && s.dw) continue;
@@ -97,8 +98,10 @@ TEST(LensPaths, EveryFormMatchesTheReference) {
                         uint8_t* target = inPlace ? in.data() : out.data();
                         const ConstView<uint8_t> src{in.data(), w, h, channels, int64_t{w} * channels};
                         const View<uint8_t> dst{target, dw, dh, channels, int64_t{dw} * channels};
+                        std::vector<uint8_t> lent(variant == 4 ? bytes : 0);
+                        fill(lent.data(), lent.size(), 11);
                         const Status status =
-                            lensDistortion({s.amount, s.cx, s.cy, crop}, src, dst, abortFlag);
+                            lensDistortion({s.amount, s.cx, s.cy, crop}, src, dst, abortFlag, lent);
                         std::vector<uint8_t> result(target, target + size_t(dw) * dh * channels);
                         result.push_back(static_cast<uint8_t>(status));
                         return result;

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "core/detail/status.hpp"
 #include "core/detail/view.hpp"
@@ -33,7 +34,13 @@ struct LensParams {
 // when the crop rectangle is empty or leaves the image, when the resize's
 // scratch would pass the 4 GiB its callers are promised, or when scratch
 // cannot be had.
-Status lensDistortion(const LensParams& p, ConstView<uint8_t> src, View<uint8_t> dst, AbortFlag abortFlag);
+//
+// With crop, a pipeline can lend memory it no longer needs as `scratch`:
+// when it holds the crop's pixels (crop width x height x channels bytes),
+// the crop is distorted there instead of into new memory. It must overlap
+// neither src nor dst.
+Status lensDistortion(const LensParams& p, ConstView<uint8_t> src, View<uint8_t> dst, AbortFlag abortFlag,
+                      std::span<uint8_t> scratch = {});
 
 // What lensDistortion returns for an input a later step would refuse: the
 // flag polled once per row of a `rows`-row source, Aborted when it is set,

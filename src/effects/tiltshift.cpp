@@ -4,16 +4,19 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <span>
 
 #include "convolution/detail/kernel_rules.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/size.hpp"
+#include "core/detail/status.hpp"
+#include "core/detail/view.hpp"
 #include "effects/detail/entry.hpp"
+#include "geometry/detail/lens_ops.hpp"
 #include "ox_convolution.h"
 #include "ox_elementwise.h"
 #include "ox_kernel.h"
-#include "ox_lens.h"
 #include "ox_resize.h"
 #include "ox_tiltshift.h"
 
@@ -72,7 +75,28 @@ bool blurCanRun(int32_t radius, Size s) {
     return checkedProduct({s.width, s.height, 64}).has_value();
 }
 
-int32_t tiltShift(const oxTiltShiftParams& p, const oxImage* src, oxImage* dst) {
+// ---------------------------------------------------------------- stages
+// The steps other families provide, each called from this one place with
+// the statuses the exported functions return.
+
+int32_t resizeStage(const oxImage* from, oxImage* to) { return oxResize(from, to, OX_RESIZE_BILINEAR, nullptr); }
+
+int32_t blurStage(oxImage* image, const oxSepKernel* kernel) {
+    return oxSeparableConvolutionFilter(image, image, kernel);
+}
+
+int32_t maskStage(const oxFocusMaskParams& box, oxImage* mask) { return oxFocusMaskFill(&box, mask); }
+
+int32_t blendStage(const oxImage* blurred, const oxImage* sharp, oxImage* dst, const oxImage* mask) {
+    return oxAddWeigthedM(blurred, sharp, dst, mask);
+}
+
+// ---------------------------------------------------------------- filter
+
+// The blur and blend. When `keep` is given, the full-size blurred image is
+// handed to the caller instead of freed, so that a later step can use its
+// memory as scratch.
+int32_t tiltShift(const oxTiltShiftParams& p, const oxImage* src, oxImage* dst, ImagePtr* keep = nullptr) {
     const Point a{clampPoint(p.ax), clampPoint(p.ay)}, b{clampPoint(p.bx), clampPoint(p.by)};
     const int32_t radius = blurRadius(p.strength, p.maxSize);
     const Size work = workingSize(p.maxSize, src->width, src->height);
@@ -81,24 +105,36 @@ int32_t tiltShift(const oxTiltShiftParams& p, const oxImage* src, oxImage* dst) 
     if (!kernel) return 1;
     ImagePtr mask(oxImageCreate(src->width, src->height, OX_GRAY));
     if (!mask) return 1;
-    const oxFocusMaskParams box = maskBox(a, b);
-    oxFocusMaskFill(&box, mask.get());
+    maskStage(maskBox(a, b), mask.get());  // always 0
     ImagePtr small(oxImageCreate(work.width, work.height, src->encoding));
     ImagePtr blurred(oxImageCreateAs(src));
     if (!small || !blurred) return 1;
-    if (const int32_t r = oxResize(src, small.get(), 0, nullptr); r != 0) return r;
-    const int32_t r = oxSeparableConvolutionFilter(small.get(), small.get(), kernel.get());
+    if (const int32_t r = resizeStage(src, small.get()); r != 0) return r;
+    const int32_t r = blurStage(small.get(), kernel.get());
     kernel.reset();
     if (r != 0) return r;
     // Only a refusal of the resize back counts: any other code goes on.
-    if (oxResize(small.get(), blurred.get(), 0, nullptr) == 1) return 1;
+    if (resizeStage(small.get(), blurred.get()) == 1) return 1;
     small.reset();
-    return oxAddWeigthedM(blurred.get(), src, dst, mask.get());
+    const int32_t blended = blendStage(blurred.get(), src, dst, mask.get());
+    if (keep) *keep = std::move(blurred);
+    return blended;
 }
 
 // The destination takes the source, unless they are one buffer.
 void passThrough(const oxImage* src, oxImage* dst) {
     if (src->data != dst->data) oxCopy(src, dst);
+}
+
+// The lens step of the entry, cropped and scaled back to the same size. A
+// source narrower or lower than 2 pixels is refused, as the exported lens
+// filter refuses it; the BGR buffers are known good otherwise, so the
+// operation runs on them directly. `scratch` is memory the blur no longer
+// needs; the crop is distorted into it when it is large enough.
+int32_t lensStep(float amount, Point a, Point b, const oxImage* from, oxImage* to, std::span<uint8_t> scratch) {
+    if (from->width < 2 || from->height < 2) return code(Status::Refused);
+    const LensParams lens{amount, (a.x + b.x) / 2.0f, (a.y + b.y) / 2.0f, true};
+    return code(lensDistortion(lens, wholeView<const uint8_t>(from), wholeView<uint8_t>(to), nullptr, scratch));
 }
 
 int32_t yewTiltShift(int32_t width, int32_t height, const uint8_t* srcPixels, uint8_t* dstPixels, float strength,
@@ -107,22 +143,20 @@ int32_t yewTiltShift(int32_t width, int32_t height, const uint8_t* srcPixels, ui
     HeaderPtr dst = wrapBgr(width, height, dstPixels);
     if (!src || !dst) return 1;
     bool blurred = false;
+    ImagePtr spare;
     if (saturateTrunc<int32_t>(static_cast<double>(strength) * 51.2) >= 1) {
         const oxTiltShiftParams p{kEntryMaxSize, strength, a.x, a.y, b.x, b.y};
         // A failed blur is not reported; the source stands in for it, so
         // the destination never keeps bytes the call did not define.
-        blurred = tiltShift(p, src.get(), dst.get()) == 0;
+        blurred = tiltShift(p, src.get(), dst.get(), &spare) == 0;
     }
     if (lensAmount == 0.0f) {
         if (!blurred) passThrough(src.get(), dst.get());
         return 0;
     }
-    oxLensDistortionParams lens{};
-    lens.amount = lensAmount;
-    lens.cx = (a.x + b.x) / 2.0f;
-    lens.cy = (a.y + b.y) / 2.0f;
-    lens.crop = 1;
-    const int32_t r = oxLensDistortionFilter(&lens, blurred ? dst.get() : src.get(), dst.get(), nullptr);
+    std::span<uint8_t> scratch;
+    if (spare) scratch = {spare->data, static_cast<size_t>(*bufferBytes(spare.get()))};
+    const int32_t r = lensStep(lensAmount, a, b, blurred ? dst.get() : src.get(), dst.get(), scratch);
     if (r != 0 && !blurred) passThrough(src.get(), dst.get());
     return r;
 }

@@ -19,6 +19,7 @@ const Golden kGolden[] = {
     {"astronaut_in_place",     {"astronaut.png", 0, 0}, {0.3f,  0.2f,  0.2f, 0.4f, 0.8f, 0.6f, true,  0}, 0x58dac5dc709a521eull},
     {"chelsea_default_points", {"chelsea.png", 0, 0},   {0.2f,  0.0f,  0.0f, 0.3f, 1.0f, 0.3f, false, 0}, 0xe9947a3091244e92ull},
     {"coffee_tilted_strong",   {"coffee.png", 0, 0},    {1.0f, -0.3f,  0.1f, 0.1f, 0.5f, 0.9f, false, 0}, 0xca12dc13054961f0ull},
+    {"astronaut_wide_band",    {"astronaut.png", 1000, 750}, {0.3f, 0.2f, 0.2f, 0.4f, 0.8f, 0.6f, true,  0}, 0x77794c7794d26b6aull},
     {"rocket_lens_only",       {"rocket.jpg", 0, 0},    {0.0f,  0.5f,  0.3f, 0.3f, 0.6f, 0.5f, true,  0}, 0x6681abc20e597b9dull},
     {"noise_band",             {nullptr, 333, 217},     {0.3f,  0.2f,  0.2f, 0.4f, 0.8f, 0.6f, false, 0}, 0x6a6e91b1e9b85b46ull},
     {"noise_small_band",       {nullptr, 40, 30},       {0.5f,  0.3f,  0.1f, 0.5f, 0.7f, 0.7f, false, 0}, 0x9a37c70ccf17bd46ull},

@@ -67,3 +67,17 @@ TEST(YewTiltShift, SizeAndParameterSweep) {
         }
     }
 }
+
+// A failed lens step is the result; the destination then holds the blurred
+// image when the blur ran, otherwise a copy of the source (in place too).
+TEST(YewTiltShift, FailedLensKeepsTheCurrentImage) {
+    struct Case { float strength, lens; bool inPlace, copy; } cases[] = {
+        {0.0f, 1e9f, false, true}, {0.0f, 1e9f, true, true}, {0.3f, 1e9f, false, false}, {0.0f, -1e9f, false, true}};
+    for (const Case& c : cases) {
+        Image src = noise(64, 48, OX_BGR, OX_8U, 4), dst = noise(64, 48, OX_BGR, OX_8U, 5);
+        const std::vector<uint8_t> original = bytesOf(src.get());
+        uint8_t* out = c.inPlace ? src->data : dst->data;
+        EXPECT_EQ(oxYewTiltShift(64, 48, src->data, out, c.strength, c.lens, 0.2f, 0.4f, 0.8f, 0.6f), 1);
+        EXPECT_EQ(std::vector<uint8_t>(out, out + original.size()) == original, c.copy) << c.strength << " " << c.lens;
+    }
+}

@@ -1,10 +1,13 @@
 // Lens distortion with fuzzed strength, centre and crop, on 8-bit images of
 // every encoding (and some it must refuse), in place or not, with and
 // without an abort flag: 0, 1 or 2, no read or write outside the buffers,
-// and an out-of-place source left as it was.
+// an out-of-place source left as it was, and the status and bytes of the
+// plain reference path.
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
+#include "core/detail/isa.hpp"
 #include "fuzz_support.hpp"
 #include "ox_lens.h"
 
@@ -37,9 +40,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         dst = other.get();
     }
     const std::vector<uint8_t> before = snapshot(src);
+    const std::vector<uint8_t> dstBefore = inPlace ? before : snapshot(other);
     const int32_t flag = abortValue;
     const int32_t status = oxLensDistortionFilter(&lens, src.get(), dst, abortValue < 0 ? nullptr : &flag);
     OXFUZZ_CHECK(status == 0 || status == 1 || status == 2);
     if (!inPlace) OXFUZZ_CHECK(unchanged(src, before));
+
+    // Again from the same bytes on the reference path.
+    const std::vector<uint8_t> fast = inPlace ? snapshot(src) : snapshot(other);
+    if (!before.empty()) std::memcpy(src->data, before.data(), before.size());
+    if (!inPlace && !dstBefore.empty()) std::memcpy(other->data, dstBefore.data(), dstBefore.size());
+    ox::detail::limitIsa(ox::detail::Isa::Reference);
+    const int32_t reference = oxLensDistortionFilter(&lens, src.get(), dst, abortValue < 0 ? nullptr : &flag);
+    ox::detail::limitIsa(ox::detail::Isa::Avx2);
+    OXFUZZ_CHECK(reference == status);
+    OXFUZZ_CHECK(unchanged(inPlace ? src : other, fast));
     return 0;
 }

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "support/photos.hpp"
 #include "support/test_support.hpp"
 
 using namespace oxtest;
@@ -70,6 +71,63 @@ TEST(LensDistortion, MappingHashAndCropRectangle) {
     }
 }
 
+// Whole destinations pinned by hash: every channel count, up- and
+// downscales of the crop (a 5x downscale reads only some of its rows, a
+// 1-pixel-wide one only the left column), a ROI inside a noisy destination,
+// channel orders that differ between the sides (a 4th destination channel
+// keeps its bytes), in place, and the uncropped form.
+TEST(LensDistortion, DestinationsPinned) {
+    struct Case {
+        int32_t w, h, srcEncoding;
+        oxLensDistortionParams p;
+        int32_t dw, dh, dstEncoding;
+        oxRect roi;  // width 0: the whole destination
+        bool inPlace;
+        uint64_t hash;
+    } cases[] = {
+        {61, 47, OX_BGR, {0.2f, 0.5f, 0.5f, 1}, 97, 71, OX_BGR, {}, false, 0xd05d47288cc5ba4eull},
+        {61, 47, OX_GRAY, {0.2f, 0.5f, 0.5f, 1}, 61, 47, OX_GRAY, {}, false, 0x1ce558d1123bfb68ull},
+        {61, 47, OX_RGBA, {-0.6f, 0.3f, 0.6f, 1}, 30, 23, OX_RGBA, {}, false, 0x2a40edba26e455ddull},
+        {203, 151, OX_BGR, {0.4f, 0.45f, 0.55f, 1}, 37, 29, OX_BGR, {}, false, 0xe487930fb5b5f800ull},
+        {203, 151, OX_GRAY, {0.4f, 0.45f, 0.55f, 1}, 1, 40, OX_GRAY, {}, false, 0xb6d24efd2ca4f638ull},
+        {203, 151, OX_BGR, {0.4f, 0.45f, 0.55f, 1}, 40, 1, OX_BGR, {}, false, 0x65eebaf31f892845ull},
+        {64, 48, OX_BGR, {0.3f, 0.5f, 0.5f, 1}, 50, 40, OX_BGR, {7, 5, 33, 21}, false, 0x3d34fb9ec217fd7dull},
+        {64, 48, OX_BGR, {0.3f, 0.5f, 0.5f, 1}, 50, 40, OX_RGB, {}, false, 0xc63fc12fcbb10aacull},
+        {64, 48, OX_BGR, {0.3f, 0.5f, 0.5f, 1}, 50, 40, OX_ARGB, {3, 2, 40, 30}, false, 0x519ca4562c82f132ull},
+        {64, 48, OX_RGBA, {0.3f, 0.5f, 0.5f, 1}, 50, 40, OX_ARGB, {}, false, 0x1ae6db6a148f8a00ull},
+        {64, 48, OX_BGR, {0.25f, 0.4f, 0.6f, 1}, 64, 48, OX_BGR, {}, true, 0x1bb75a12c3f3ee57ull},
+        {64, 48, OX_RGBA, {0.25f, 0.4f, 0.6f, 0}, 64, 48, OX_RGBA, {}, true, 0xa45c3da9b0361743ull},
+        {1031, 5, OX_BGR, {-0.1f, 0.5f, 0.5f, 1}, 700, 9, OX_BGR, {}, false, 0x3fc02e507f6c3bedull},
+        {2, 2, OX_GRAY, {0.0f, 0.5f, 0.5f, 0}, 2, 2, OX_GRAY, {}, false, 0xeedf927843671c09ull},
+    };
+    for (const Case& c : cases) {
+        Image src = noise(c.w, c.h, c.srcEncoding, OX_8U, uint32_t(c.w + c.dw));
+        Image dst = c.inPlace ? Image() : noise(c.dw, c.dh, c.dstEncoding, OX_8U, 5);
+        oxImage* out = c.inPlace ? src.get() : dst.get();
+        if (c.roi.width) out->roi = c.roi;
+        ASSERT_EQ(run(c.p, src.get(), out), 0) << c.w << "x" << c.h << " to " << c.dw << "x" << c.dh;
+        EXPECT_EQ(hashImage(out), c.hash) << c.w << "x" << c.h << " to " << c.dw << "x" << c.dh << " encodings "
+                                          << c.srcEncoding << "/" << c.dstEncoding << std::hex << " got 0x" << hashImage(out);
+    }
+}
+
+TEST(LensDistortion, PhotographPinned) {
+    OX_LOAD_PHOTO(photo, "coffee.png");
+    struct Case {
+        oxLensDistortionParams p;
+        int32_t dw, dh;
+        uint64_t hash;
+    } cases[] = {{{0.2f, 0.5f, 0.5f, 1}, 600, 400, 0xb800ddc37e5341ecull},
+                 {{-0.5f, 0.3f, 0.6f, 1}, 1000, 700, 0xa9230137a9d76eceull},
+                 {{0.7f, 0.6f, 0.4f, 1}, 151, 97, 0xaf6e69c653e55623ull},
+                 {{0.2f, 0.5f, 0.5f, 0}, 600, 400, 0xc527e24037e5bc20ull}};
+    for (const Case& c : cases) {
+        Image dst = make(c.dw, c.dh, OX_BGR);
+        ASSERT_EQ(run(c.p, photo.get(), dst.get()), 0);
+        EXPECT_EQ(hashImage(dst.get()), c.hash) << c.p.amount << std::hex << " got 0x" << hashImage(dst.get());
+    }
+}
+
 TEST(LensDistortion, RefusalsAndAbortLeaveTheDestinationUntouched) {
     Image src = noise(40, 30, OX_BGR, OX_8U, 1), dst = noise(40, 30, OX_BGR, OX_8U, 2);
     Image narrow = noise(1, 30, OX_BGR, OX_8U, 3), wide = make(40, 30, OX_BGR, OX_16U);
@@ -95,6 +153,35 @@ TEST(LensDistortion, RefusalsAndAbortLeaveTheDestinationUntouched) {
         const uint64_t before = hashImage(c.dst);
         EXPECT_EQ(run(c.p, c.src, c.dst, c.abort), c.code) << c.p.amount << " " << c.p.cx;
         EXPECT_EQ(hashImage(c.dst), before) << c.p.amount << " " << c.p.cx;
+    }
+}
+
+// The rows are polled before the crop and the destination are looked at: a
+// set flag wins over every later refusal, and either leaves dst as it was.
+TEST(LensDistortion, AbortComesBeforeLaterRefusals) {
+    Image src = noise(40, 30, OX_BGR, OX_8U, 1), grey = noise(40, 30, OX_GRAY, OX_8U, 2);
+    Image argb = noise(40, 30, OX_ARGB, OX_8U, 3), shifted = noise(40, 30, OX_BGR, OX_8U, 4);
+    Image bgr = noise(40, 30, OX_BGR, OX_8U, 5), huge = noise(40, 30, OX_BGR, OX_8U, 6);
+    shifted->roi = {1, 0, 39, 30};  // the uncropped copy needs the ROI at the origin
+    huge->roi = {0, 0, 100000000, 100000000};
+    const int32_t set = 1, clear = 0;
+    struct Case {
+        oxLensDistortionParams p;
+        const oxImage* src;
+        oxImage* dst;
+        int32_t refused;  // code with the flag clear
+    } cases[] = {{{1e6f, 0.5f, 0.5f, 1}, src.get(), bgr.get(), 1},   {{0.5f, 5.0f, 0.5f, 1}, src.get(), bgr.get(), 1},
+                 {{0.5f, 0.5f, 0.5f, 1}, src.get(), grey.get(), 1},  {{0.5f, 0.5f, 0.5f, 1}, argb.get(), bgr.get(), 1},
+                 {{0.5f, 0.5f, 0.5f, 1}, src.get(), huge.get(), 1},  {{0.5f, 0.5f, 0.5f, 0}, src.get(), shifted.get(), 1},
+                 {{0.5f, 0.5f, 0.5f, 0}, src.get(), bgr.get(), 0}};
+    for (const Case& c : cases) {
+        const uint64_t before = hashImage(c.dst);
+        EXPECT_EQ(run(c.p, c.src, c.dst, &set), 2) << c.p.amount << " " << c.p.cx << " crop " << c.p.crop;
+        EXPECT_EQ(hashImage(c.dst), before);
+        if (c.refused) {
+            EXPECT_EQ(run(c.p, c.src, c.dst, &clear), c.refused) << c.p.amount << " " << c.p.cx;
+            EXPECT_EQ(hashImage(c.dst), before);
+        }
     }
 }
 

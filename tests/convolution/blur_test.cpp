@@ -167,6 +167,8 @@ TEST(BoxBlur, PinnedOutputsOfEveryForm) {
         {OX_BGR, OX_BGR, 31, 10, 2, 2, kSourceRoi, 0x1175920615f4bcf4ull},
         {OX_RGBA, OX_RGBA, 31, 10, 2, 2, kDestRoi, 0x7f6be0da8ddda533ull},
         {OX_GRAY, OX_GRAY, 300, 7, 140, 3, kSeparate, 0x46e5fcda10c0495cull},  // radius past the integer forms
+        {OX_RGBA, OX_BGR, 13, 6, 0, 0, kSeparate, 0xb96b99e2cfa23189ull},  // colour without a pass still copies channels 1-3
+        {OX_BGR, OX_ARGB, 13, 6, 0, 0, kSeparate, 0xfcb3fcbbffb7fae3ull},
     };
     for (const Case& c : cases) {
         Image src = noise(c.w, c.h, c.srcEnc, OX_8U, static_cast<uint32_t>(c.w * 7 + c.h));

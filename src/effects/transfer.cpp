@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "convolution/detail/blur_ops.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/status.hpp"
 #include "effects/detail/stage.hpp"
@@ -15,7 +16,8 @@ using namespace ox::detail;
 
 namespace {
 
-using BlurParamsPtr = Owned<oxBlurParams, oxBlurParamsRelease>;
+// A grey image's pixels as a plane.
+View<uint8_t> planeOf(const oxImage* img) { return {img->data, img->width, img->height, 1, img->width}; }
 
 void initStats(oxTransferEnhanceStats& stats, const oxImage* image) {
     stats.brightnessSum = 0.0f;
@@ -57,10 +59,6 @@ int32_t apply(const oxTransferEnhanceAddParams& params, const oxImage* source, o
     if (!walkable(source) || !writableFor(destination, source)) return code(Status::Refused);
     if (!blurFits(source, params.radius)) return code(Status::Refused);
 
-    BlurParamsPtr blur(oxBlurParamsDefault());
-    if (!blur) return code(Status::Refused);
-    blur->radiusX = params.radius;
-    blur->radiusY = params.radius;
     const int32_t width = source->width, height = source->height;
     ImagePtr brightness(oxImageCreate(width, height, OX_GRAY));
     ImagePtr blurred(oxImageCreate(width, height, OX_GRAY));
@@ -76,11 +74,32 @@ int32_t apply(const oxTransferEnhanceAddParams& params, const oxImage* source, o
     // unwritten; the neighbourhood is the pixel itself.
     if (params.radius < 1 && hasPixels(source))
         std::memcpy(blurred->data, brightness->data, static_cast<size_t>(width) * static_cast<size_t>(height));
-    if (const int32_t r = oxBlurFilter(blur.get(), brightness.get(), blurred.get(), abortFlag); r != 0) return r;
-    blur.reset();
+    if (params.radius >= 1)
+        if (const Status r = boxBlurPlane(planeOf(brightness.get()), planeOf(blurred.get()), params.radius,
+                                          params.radius, abortFlag);
+            r != Status::Ok)
+            return code(r);
 
     const uint8_t* table = params.gainTable;
     const uint8_t* neighbourhood = blurred->data;
+    if (!useReference() && s.step == 3 && d.step == 3 && s.b == d.b && s.g == d.g && s.r == d.r) {
+        // The common layout: one table row per pixel, its three bytes in
+        // place, with the row pointers kept in registers.
+        for (int32_t y = 0; y < height; ++y) {
+            if (abortRequested(abortFlag)) return code(Status::Aborted);
+            const uint8_t* levels = neighbourhood + static_cast<int64_t>(y) * width;
+            const uint8_t* sp = s.rowAt(y);
+            uint8_t* dp = d.rowAt(y);
+            for (int32_t x = 0; x < width; ++x, sp += 3, dp += 3) {
+                const uint8_t* gains = table + (static_cast<uint32_t>(levels[x]) << 8);
+                const uint8_t b = gains[sp[0]], g = gains[sp[1]], r = gains[sp[2]];
+                dp[0] = b;
+                dp[1] = g;
+                dp[2] = r;
+            }
+        }
+        return code(Status::Ok);
+    }
     return mapColourRows(s, d, width, height, abortFlag, [=](int32_t y) {
         const uint8_t* levels = neighbourhood + static_cast<int64_t>(y) * width;
         return [=](uint8_t v, int32_t x, auto) { return table[levels[x] * 256 + v]; };

@@ -5,6 +5,7 @@
 #include "core/detail/handles.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/status.hpp"
+#include "effects/detail/enhance_ops.hpp"
 #include "effects/detail/stage.hpp"
 #include "effects/detail/stage_pixels.hpp"
 #include "ox_contrast.h"
@@ -137,6 +138,11 @@ struct ContrastStage {
 
 }  // namespace
 
+int32_t ox::detail::contrastStage(const oxContrastEnhanceParams& params, const oxImage* source, const oxImage* weights,
+                                  oxImage* destination, AbortFlag abortFlag) {
+    return runStageFilter<ContrastStage>(&params, source, weights, destination, abortFlag);
+}
+
 extern "C" {
 
 OX_API oxContrastEnhanceParams* oxContrastEnhanceParamsDefault(void) {
@@ -181,7 +187,7 @@ OX_API int32_t oxContrastEnhanceFilter(const oxContrastEnhanceParams* params, co
                                        const oxImage* weights, oxImage* destination,
                                        const volatile int32_t* abortFlag) {
     if (params == nullptr || source == nullptr || destination == nullptr) return code(Status::Refused);
-    return runStageFilter<ContrastStage>(params, source, weights, destination, abortFlag);
+    return contrastStage(*params, source, weights, destination, abortFlag);
 }
 
 }  // extern "C"

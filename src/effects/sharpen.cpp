@@ -11,6 +11,7 @@
 #include "core/detail/pixel_types.hpp"
 #include "core/detail/status.hpp"
 #include "core/detail/view.hpp"
+#include "effects/detail/enhance_ops.hpp"
 #include "effects/detail/sharpen_kernels.hpp"
 #include "effects/detail/sharpen_ops.hpp"
 #include "ox_color.h"
@@ -281,6 +282,11 @@ int32_t sharpen(double amount, const oxImage* src, const oxImage* mask, oxImage*
 }
 
 }  // namespace
+
+int32_t ox::detail::sharpenStage(double amount, const oxImage* source, const oxImage* mask, oxImage* destination,
+                                 AbortFlag abortFlag) {
+    return sharpen(amount, source, mask, destination, abortFlag);
+}
 
 extern "C" {
 

@@ -6,6 +6,7 @@
 #include "convolution/detail/blur_ops.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/status.hpp"
+#include "effects/detail/enhance_ops.hpp"
 #include "effects/detail/stage.hpp"
 #include "effects/detail/stage_pixels.hpp"
 #include "effects/detail/stage_transfer.hpp"
@@ -119,6 +120,11 @@ struct TransferStage {
 
 }  // namespace
 
+int32_t ox::detail::transferStage(const oxTransferEnhanceParams& params, const oxImage* source, const oxImage* weights,
+                                  oxImage* destination, AbortFlag abortFlag) {
+    return runStageFilter<TransferStage>(&params, source, weights, destination, abortFlag);
+}
+
 extern "C" {
 
 OX_API oxTransferEnhanceParams* oxTransferEnhanceParamsDefault(void) {
@@ -163,7 +169,7 @@ OX_API int32_t oxTransferEnhanceFilter(const oxTransferEnhanceParams* params, co
                                        const oxImage* weights, oxImage* destination,
                                        const volatile int32_t* abortFlag) {
     if (params == nullptr || source == nullptr || destination == nullptr) return code(Status::Refused);
-    return runStageFilter<TransferStage>(params, source, weights, destination, abortFlag);
+    return transferStage(*params, source, weights, destination, abortFlag);
 }
 
 }  // extern "C"

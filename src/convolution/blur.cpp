@@ -128,8 +128,8 @@ Division exactDivision(int32_t r) {
 }
 
 // How one pass turns a window sum into a byte: the quotient table for the
-// radii whose sums fit 16 bits, the float division otherwise (sums of bytes
-// are exact in float far beyond any radius a line can hold).
+// radii whose sums fit 16 bits (integer sums), the float running sum of the
+// reference otherwise.
 struct PassDivision {
     Division exact;
     float n = 1.0f;
@@ -141,16 +141,31 @@ struct PassDivision {
             usable = exact.quotient != nullptr;
         }
     }
-    uint8_t operator()(int32_t t) const {
-        return exact.quotient ? exact.quotient[t] : meanByte(static_cast<float>(t) / n);
-    }
+    uint8_t operator()(int32_t t) const { return exact.quotient[t]; }
 };
 
 // Window means along a mirrored line of `w` pixels of S interleaved samples,
 // each sample with its own running sum in integers. A plane runs its row as
 // two halves side by side, so that two independent sums overlap.
+// The running mean in float, sample by sample in the order of meanLine:
+// past kBoxExactRadius a window can hold sums beyond 2^24, where only this
+// order gives the reference's roundings.
+template <int S> void rowMeansFloat(const uint8_t* line, int64_t w, int64_t r, float n, uint8_t* out) {
+    for (int32_t c = 0; c < S; ++c) {
+        float s = 0.0f;
+        for (int64_t i = 0; i < r; ++i) s += line[i * S + c];
+        float running = 2.0f * s + line[r * S + c] - line[2 * r * S + c];
+        for (int64_t x = 0; x < w; ++x) {
+            const float t = running + line[(x + 2 * r) * S + c];
+            out[x * S + c] = meanByte(t / n);
+            running = t - line[x * S + c];
+        }
+    }
+}
+
 template <int S>
 void rowMeansPortable(const uint8_t* line, int64_t w, int64_t r, const PassDivision& div, uint8_t* out) {
+    if (!div.exact.quotient) return rowMeansFloat<S>(line, w, r, div.n, out);
     const int64_t ahead = 2 * r * S;
     auto runFrom = [&](int64_t i) {  // W[i] - line[i + ahead]: the sum before the step to i
         int32_t s = 0;

@@ -80,3 +80,20 @@ TEST(BoxBlurPaths, AbortBeforeTheFirstRowWritesNothing) {
         EXPECT_EQ(dst, std::vector<uint8_t>(dst.size(), 7)) << isaName(isa);
     }
 }
+
+// Windows whose sums pass 2^24, where the float running sum rounds: every
+// path keeps the reference's order of additions.
+TEST(BoxBlurPaths, SumsPastFloatPrecisionRoundAsTheReference) {
+    const int32_t w = 70000, r = 40000;
+    for (int32_t channels : {1, 3})
+        expectSameOnEveryPath("radius 40000, " + std::to_string(channels) + " channels", [&] {
+            std::vector<uint8_t> src = noiseBytes(size_t(w) * 2 * channels, 3), dst(src.size(), 0);
+            for (uint8_t& b : src) b = static_cast<uint8_t>(200 + b % 56);
+            const View<uint8_t> s{src.data(), w, 2, channels, int64_t{w} * channels};
+            const View<uint8_t> d{dst.data(), w, 2, channels, int64_t{w} * channels};
+            EXPECT_EQ(channels == 1 ? boxBlurPlane(s, d, r, 1, nullptr)
+                                    : boxBlurColour(s, {{0, 1, 2}}, d, {{0, 1, 2}}, r, 0, nullptr),
+                      Status::Ok);
+            return dst;
+        });
+}

@@ -125,6 +125,38 @@ int32_t apply(const uint8_t* table, const oxImage* source, oxImage* destination,
     return code(Status::Ok);
 }
 
+// apply, and where source and destination share the three-byte layout, the
+// brightness of every written pixel and its running sum into the tap, in
+// the same row-major order as the transfer statistics take them.
+int32_t applyTapped(const uint8_t* table, const oxImage* source, oxImage* destination, AbortFlag abortFlag,
+                    BrightnessTap& tap) {
+    const int32_t channels = oxImageGetNChannel(source);
+    if (channels < 3 || !isColour(destination) || !walkable(source) || !writableFor(destination, source))
+        return apply(table, source, destination, abortFlag);
+    const ColourBytes s = colourBytes(source), d = colourBytes(destination);
+    if (useReference() || s.step != 3 || d.step != 3 || s.b != d.b || s.g != d.g || s.r != d.r)
+        return apply(table, source, destination, abortFlag);
+    float sum = 0.0f;
+    for (int32_t y = 0; y < source->height; ++y) {
+        if (abortRequested(abortFlag)) return code(Status::Aborted);
+        const uint8_t* sp = s.rowAt(y);
+        uint8_t* dp = d.rowAt(y);
+        uint8_t* bright = tap.plane + static_cast<int64_t>(y) * source->width;
+        for (int32_t x = 0; x < source->width; ++x, sp += 3, dp += 3) {
+            const uint8_t c0 = table[sp[0]], c1 = table[sp[1]], c2 = table[sp[2]];
+            dp[0] = c0;
+            dp[1] = c1;
+            dp[2] = c2;
+            const uint8_t m = std::max({c0, c1, c2});
+            bright[x] = m;
+            sum += static_cast<float>(m);
+        }
+    }
+    tap.sum = sum;
+    tap.filled = true;
+    return code(Status::Ok);
+}
+
 struct ContrastStage {
     using Params = oxContrastEnhanceParams;
     using Stats = oxContrastEnhanceStats;
@@ -139,8 +171,16 @@ struct ContrastStage {
 }  // namespace
 
 int32_t ox::detail::contrastStage(const oxContrastEnhanceParams& params, const oxImage* source, const oxImage* weights,
-                                  oxImage* destination, AbortFlag abortFlag) {
-    return runStageFilter<ContrastStage>(&params, source, weights, destination, abortFlag);
+                                  oxImage* destination, AbortFlag abortFlag, BrightnessTap* tap) {
+    if (tap == nullptr || weights != nullptr)
+        return runStageFilter<ContrastStage>(&params, source, weights, destination, abortFlag);
+    // The Filter sequence without a blend: statistics, table, apply.
+    HeapRecord<oxContrastEnhanceStats> stats(allocateRecord<oxContrastEnhanceStats>());
+    if (!stats) return code(Status::Refused);
+    if (const int32_t r = retrieve(*stats, source, abortFlag); r != 0) return r;
+    Table table;
+    compute(*stats, params, table.v);
+    return applyTapped(table.v, source, destination, abortFlag, *tap);
 }
 
 extern "C" {

@@ -80,8 +80,20 @@ int32_t enhance(const oxEnhanceParams& params, const oxImage* source, const oxIm
         if (const int32_t r = colourCorrectionStage(source, nullptr, destination, abortFlag); r != 0) return r;
         working = destination;
     }
+    // With the mix weight at 255 the mix leaves the contrast output as it is,
+    // so the contrast stage can gather the brightness the transfer stage
+    // reads next while it writes the pixels.
+    BrightnessTap tap;
+    Buffer tapPlane;
+    if (s.contrastWeight > 0.0f && contrastMixWeight(s.contrastWeight) == 255 && s.transfer->steepness > 0.0f) {
+        const Count bytes = checkedProduct({source->width, source->height});
+        if (bytes && *bytes > 0) tapPlane = allocateBuffer(static_cast<size_t>(*bytes));
+        tap.plane = tapPlane.get();
+    }
     if (s.contrastWeight > 0.0f) {
-        if (const int32_t r = contrastStage(*s.contrast, working, nullptr, destination, abortFlag); r != 0)
+        if (const int32_t r = contrastStage(*s.contrast, working, nullptr, destination, abortFlag,
+                                            tap.plane ? &tap : nullptr);
+            r != 0)
             return r;
         // Deliberate: once the working image is the destination this mixes
         // the destination with itself, which can lower values by one.
@@ -90,7 +102,7 @@ int32_t enhance(const oxEnhanceParams& params, const oxImage* source, const oxIm
         working = destination;
     }
     if (s.transfer->steepness > 0.0f) {
-        if (const int32_t r = transferStage(*s.transfer, working, nullptr, destination, abortFlag); r != 0)
+        if (const int32_t r = transferStage(*s.transfer, working, nullptr, destination, abortFlag, &tap); r != 0)
             return r;
         working = destination;
     }

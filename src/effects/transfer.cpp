@@ -54,30 +54,33 @@ bool blurFits(const oxImage* image, int32_t radius) {
     return radius < 1 || (image->width > radius && image->height > radius);
 }
 
+// `known`: the brightness plane of the source when a stage before has
+// formed it (null: formed here).
 int32_t apply(const oxTransferEnhanceAddParams& params, const oxImage* source, oxImage* destination,
-              AbortFlag abortFlag) {
+              AbortFlag abortFlag, const uint8_t* known = nullptr) {
     if (!isColour(source) || !isColour(destination)) return code(Status::Refused);
     if (!walkable(source) || !writableFor(destination, source)) return code(Status::Refused);
     if (!blurFits(source, params.radius)) return code(Status::Refused);
 
     const int32_t width = source->width, height = source->height;
-    ImagePtr brightness(oxImageCreate(width, height, OX_GRAY));
+    ImagePtr brightness(known ? nullptr : oxImageCreate(width, height, OX_GRAY));
     ImagePtr blurred(oxImageCreate(width, height, OX_GRAY));
-    if (!brightness || !blurred) return code(Status::Refused);
+    if ((!known && !brightness) || !blurred) return code(Status::Refused);
 
     const ColourBytes s = colourBytes(source), d = colourBytes(destination);
-    for (int32_t y = 0; y < height; ++y) {
-        if (abortRequested(abortFlag)) return code(Status::Aborted);
-        uint8_t* bp = brightness->data + static_cast<int64_t>(y) * width;
-        forEachBrightness(s, y, width, [bp](int32_t x, uint8_t v) { bp[x] = v; });
-    }
+    if (!known)
+        for (int32_t y = 0; y < height; ++y) {
+            if (abortRequested(abortFlag)) return code(Status::Aborted);
+            uint8_t* bp = brightness->data + static_cast<int64_t>(y) * width;
+            forEachBrightness(s, y, width, [bp](int32_t x, uint8_t v) { bp[x] = v; });
+        }
+    const View<uint8_t> levels{known ? const_cast<uint8_t*>(known) : brightness->data, width, height, 1, width};
     // A radius below 1 blurs nothing and the blur then leaves its output
     // unwritten; the neighbourhood is the pixel itself.
     if (params.radius < 1 && hasPixels(source))
-        std::memcpy(blurred->data, brightness->data, static_cast<size_t>(width) * static_cast<size_t>(height));
+        std::memcpy(blurred->data, levels.data, static_cast<size_t>(width) * static_cast<size_t>(height));
     if (params.radius >= 1)
-        if (const Status r = boxBlurPlane(planeOf(brightness.get()), planeOf(blurred.get()), params.radius,
-                                          params.radius, abortFlag);
+        if (const Status r = boxBlurPlane(levels, planeOf(blurred.get()), params.radius, params.radius, abortFlag);
             r != Status::Ok)
             return code(r);
 
@@ -121,8 +124,20 @@ struct TransferStage {
 }  // namespace
 
 int32_t ox::detail::transferStage(const oxTransferEnhanceParams& params, const oxImage* source, const oxImage* weights,
-                                  oxImage* destination, AbortFlag abortFlag) {
-    return runStageFilter<TransferStage>(&params, source, weights, destination, abortFlag);
+                                  oxImage* destination, AbortFlag abortFlag, const BrightnessTap* tap) {
+    if (tap == nullptr || !tap->filled || weights != nullptr)
+        return runStageFilter<TransferStage>(&params, source, weights, destination, abortFlag);
+    // The Filter sequence without a blend, with the statistics the tap
+    // gathered: the same sum, in the same order, as retrieve forms.
+    if (!isColour(source) || !walkable(source)) return code(Status::Refused);
+    if (abortRequested(abortFlag)) return code(Status::Aborted);
+    oxTransferEnhanceStats stats;
+    initStats(stats, source);
+    stats.brightnessSum = tap->sum;
+    HeapRecord<oxTransferEnhanceAddParams> derived(allocateRecord<oxTransferEnhanceAddParams>());
+    if (!derived) return code(Status::Refused);
+    compute(stats, params, *derived);
+    return apply(*derived, source, destination, abortFlag, tap->plane);
 }
 
 extern "C" {

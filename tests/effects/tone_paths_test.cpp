@@ -50,3 +50,17 @@ TEST(TonePaths, StageFiltersMatchTheReference) {
                                               return bytesOf(dst.get());
                                           });
 }
+
+// The Enhance entry point, whose contrast stage hands the transfer stage the
+// brightness it wrote on the fast paths (the reference walks it again).
+TEST(TonePaths, EnhanceEntryMatchesTheReference) {
+    for (int32_t w : {8, 23, 1031})
+        for (float steepness : {0.3f, 0.0f})
+            expectSameOnEveryPath("enhance w" + std::to_string(w), [&] {
+                Image src = noise(w, 11, OX_BGR, OX_8U, static_cast<uint32_t>(w) + 1);
+                for (size_t i = 0; i < byteCount(src.get()); ++i) src->data[i] = static_cast<uint8_t>(40 + src->data[i] % 150);
+                Image dst = make(w, 11, OX_BGR);
+                EXPECT_EQ(oxYewEnhance(w, 11, src->data, dst->data, steepness), 0);
+                return bytesOf(dst.get());
+            });
+}

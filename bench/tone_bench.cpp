@@ -1,6 +1,7 @@
 // The tone stages on a 12-megapixel BGR image.
 #include <benchmark/benchmark.h>
 
+#include "core/detail/isa.hpp"
 #include "support/test_support.hpp"
 
 namespace {
@@ -48,14 +49,21 @@ namespace {
 
 // The Enhance entry point with the defaults it keeps (contrast, then the
 // transfer curve of steepness 0.3).
+// Third argument: the path cap (0 reference, 1 baseline, 2 AVX2).
 void BM_YewEnhance(benchmark::State& state) {
     const auto w = static_cast<int32_t>(state.range(0)), h = static_cast<int32_t>(state.range(1));
+    ox::detail::limitIsa(static_cast<ox::detail::Isa>(state.range(2)));
     auto src = oxtest::noise(w, h, OX_BGR, OX_8U, 1);
     auto dst = oxtest::make(w, h, OX_BGR);
     for (auto _ : state) benchmark::DoNotOptimize(oxYewEnhance(w, h, src->data, dst->data, 0.3f));
     state.SetItemsProcessed(state.iterations() * w * h);
+    state.SetLabel(ox::detail::isaName(ox::detail::activeIsa()));
+    ox::detail::limitIsa(ox::detail::Isa::Avx2);
 }
-BENCHMARK(BM_YewEnhance)->Args({kWidth, kHeight})->Args({1000, 750})->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_YewEnhance)
+    ->ArgsProduct({{kWidth}, {kHeight}, {0, 1, 2}})
+    ->ArgsProduct({{1000}, {750}, {0, 1, 2}})
+    ->Unit(benchmark::kMillisecond);
 
 // Every stage on, in place, blended through a weight image: the copy, both
 // extra mixes and the sharpen stage on top of the entry point's work.

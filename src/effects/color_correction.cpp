@@ -5,6 +5,7 @@
 #include "core/detail/handles.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/status.hpp"
+#include "effects/detail/enhance_ops.hpp"
 #include "effects/detail/stage.hpp"
 #include "effects/detail/stage_pixels.hpp"
 #include "ox_color_correction.h"
@@ -114,6 +115,11 @@ struct ColourCorrectionStage {
 
 }  // namespace
 
+int32_t ox::detail::colourCorrectionStage(const oxImage* source, const oxImage* weights, oxImage* destination,
+                                          AbortFlag abortFlag) {
+    return runStageFilter<ColourCorrectionStage>(nullptr, source, weights, destination, abortFlag);
+}
+
 extern "C" {
 
 OX_API oxColorCorrectionStats* oxColorCorrectionStatsCreate(void) {
@@ -153,7 +159,7 @@ OX_API int32_t oxColorCorrectionApply(const oxColorCorrectionAddParams* addParam
 OX_API int32_t oxColorCorrectionFilter(const oxImage* source, const oxImage* weights, oxImage* destination,
                                        const volatile int32_t* abortFlag) {
     if (source == nullptr || destination == nullptr) return code(Status::Refused);
-    return runStageFilter<ColourCorrectionStage>(nullptr, source, weights, destination, abortFlag);
+    return colourCorrectionStage(source, weights, destination, abortFlag);
 }
 
 }  // extern "C"

@@ -5,6 +5,7 @@
 #include "core/detail/handles.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/status.hpp"
+#include "effects/detail/enhance_ops.hpp"
 #include "effects/detail/stage.hpp"
 #include "effects/detail/stage_pixels.hpp"
 #include "ox_contrast.h"
@@ -98,6 +99,17 @@ int32_t apply(const uint8_t* table, const oxImage* source, oxImage* destination,
     const ColourBytes s = colourBytes(source);
     if (channels > 1) {
         const ColourBytes d = colourBytes(destination);
+        if (!useReference() && s.step == 3 && d.step == 3 && s.b == d.b && s.g == d.g && s.r == d.r) {
+            // Every byte of such a row is a colour channel, each through the
+            // same table: the row is one run of bytes.
+            for (int32_t y = 0; y < source->height; ++y) {
+                if (abortRequested(abortFlag)) return code(Status::Aborted);
+                const uint8_t* sp = s.rowAt(y);
+                uint8_t* dp = d.rowAt(y);
+                for (int64_t i = 0; i < s.rowBytes; ++i) dp[i] = table[sp[i]];
+            }
+            return code(Status::Ok);
+        }
         return mapColourRows(s, d, source->width, source->height, abortFlag,
                              [table](int32_t) { return [table](uint8_t v, int32_t, auto) { return table[v]; }; });
     }
@@ -113,6 +125,38 @@ int32_t apply(const uint8_t* table, const oxImage* source, oxImage* destination,
     return code(Status::Ok);
 }
 
+// apply, and where source and destination share the three-byte layout, the
+// brightness of every written pixel and its running sum into the tap, in
+// the same row-major order as the transfer statistics take them.
+int32_t applyTapped(const uint8_t* table, const oxImage* source, oxImage* destination, AbortFlag abortFlag,
+                    BrightnessTap& tap) {
+    const int32_t channels = oxImageGetNChannel(source);
+    if (channels < 3 || !isColour(destination) || !walkable(source) || !writableFor(destination, source))
+        return apply(table, source, destination, abortFlag);
+    const ColourBytes s = colourBytes(source), d = colourBytes(destination);
+    if (useReference() || s.step != 3 || d.step != 3 || s.b != d.b || s.g != d.g || s.r != d.r)
+        return apply(table, source, destination, abortFlag);
+    float sum = 0.0f;
+    for (int32_t y = 0; y < source->height; ++y) {
+        if (abortRequested(abortFlag)) return code(Status::Aborted);
+        const uint8_t* sp = s.rowAt(y);
+        uint8_t* dp = d.rowAt(y);
+        uint8_t* bright = tap.plane + static_cast<int64_t>(y) * source->width;
+        for (int32_t x = 0; x < source->width; ++x, sp += 3, dp += 3) {
+            const uint8_t c0 = table[sp[0]], c1 = table[sp[1]], c2 = table[sp[2]];
+            dp[0] = c0;
+            dp[1] = c1;
+            dp[2] = c2;
+            const uint8_t m = std::max({c0, c1, c2});
+            bright[x] = m;
+            sum += static_cast<float>(m);
+        }
+    }
+    tap.sum = sum;
+    tap.filled = true;
+    return code(Status::Ok);
+}
+
 struct ContrastStage {
     using Params = oxContrastEnhanceParams;
     using Stats = oxContrastEnhanceStats;
@@ -125,6 +169,19 @@ struct ContrastStage {
 };
 
 }  // namespace
+
+int32_t ox::detail::contrastStage(const oxContrastEnhanceParams& params, const oxImage* source, const oxImage* weights,
+                                  oxImage* destination, AbortFlag abortFlag, BrightnessTap* tap) {
+    if (tap == nullptr || weights != nullptr)
+        return runStageFilter<ContrastStage>(&params, source, weights, destination, abortFlag);
+    // The Filter sequence without a blend: statistics, table, apply.
+    HeapRecord<oxContrastEnhanceStats> stats(allocateRecord<oxContrastEnhanceStats>());
+    if (!stats) return code(Status::Refused);
+    if (const int32_t r = retrieve(*stats, source, abortFlag); r != 0) return r;
+    Table table;
+    compute(*stats, params, table.v);
+    return applyTapped(table.v, source, destination, abortFlag, *tap);
+}
 
 extern "C" {
 
@@ -170,7 +227,7 @@ OX_API int32_t oxContrastEnhanceFilter(const oxContrastEnhanceParams* params, co
                                        const oxImage* weights, oxImage* destination,
                                        const volatile int32_t* abortFlag) {
     if (params == nullptr || source == nullptr || destination == nullptr) return code(Status::Refused);
-    return runStageFilter<ContrastStage>(params, source, weights, destination, abortFlag);
+    return contrastStage(*params, source, weights, destination, abortFlag);
 }
 
 }  // extern "C"

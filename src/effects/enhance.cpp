@@ -9,6 +9,7 @@
 #include "core/detail/image_view.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/status.hpp"
+#include "effects/detail/enhance_ops.hpp"
 #include "effects/detail/enhance_stages.hpp"
 #include "effects/detail/entry.hpp"
 #include "effects/detail/stage.hpp"
@@ -45,6 +46,17 @@ ImagePtr unprocessedCopy(const oxImage* source) {
     return copy;
 }
 
+// The blends belong to the image core: these are the one place the
+// pipeline asks for them, through the exported functions, so that they can
+// switch to the core's operations. Both statuses are examined.
+int32_t mixContrast(const oxImage* working, oxImage* destination, uint8_t weight) {
+    return oxAddWeigthedS(working, destination, destination, weight);
+}
+
+int32_t blendWithWeights(const oxImage* unprocessed, oxImage* destination, const oxImage* weights) {
+    return oxAddWeigthedM(unprocessed, destination, destination, weights);
+}
+
 int32_t enhance(const oxEnhanceParams& params, const oxImage* source, const oxImage* weights, oxImage* destination,
                 AbortFlag abortFlag) {
     if (destination->width != source->width || destination->height != source->height) return code(Status::Refused);
@@ -65,34 +77,46 @@ int32_t enhance(const oxEnhanceParams& params, const oxImage* source, const oxIm
     // Every stage writes the destination and the next one reads it.
     const oxImage* working = source;
     if (s.colorCorrection != 0) {
-        if (const int32_t r = oxColorCorrectionFilter(source, nullptr, destination, abortFlag); r != 0) return r;
+        if (const int32_t r = colourCorrectionStage(source, nullptr, destination, abortFlag); r != 0) return r;
         working = destination;
     }
+    // With the mix weight at 255 the mix leaves the contrast output as it is,
+    // so the contrast stage can gather the brightness the transfer stage
+    // reads next while it writes the pixels.
+    BrightnessTap tap;
+    Buffer tapPlane;
+    if (s.contrastWeight > 0.0f && contrastMixWeight(s.contrastWeight) == 255 && s.transfer->steepness > 0.0f) {
+        const Count bytes = checkedProduct({source->width, source->height});
+        if (bytes && *bytes > 0) tapPlane = allocateBuffer(static_cast<size_t>(*bytes));
+        tap.plane = tapPlane.get();
+    }
     if (s.contrastWeight > 0.0f) {
-        if (const int32_t r = oxContrastEnhanceFilter(s.contrast, working, nullptr, destination, abortFlag); r != 0)
+        if (const int32_t r = contrastStage(*s.contrast, working, nullptr, destination, abortFlag,
+                                            tap.plane ? &tap : nullptr);
+            r != 0)
             return r;
         // Deliberate: once the working image is the destination this mixes
         // the destination with itself, which can lower values by one.
         const uint8_t w = contrastMixWeight(s.contrastWeight);
-        if (const int32_t r = oxAddWeigthedS(working, destination, destination, w); r != 0) return r;
+        if (const int32_t r = mixContrast(working, destination, w); r != 0) return r;
         working = destination;
     }
     if (s.transfer->steepness > 0.0f) {
-        if (const int32_t r = oxTransferEnhanceFilter(s.transfer, working, nullptr, destination, abortFlag); r != 0)
+        if (const int32_t r = transferStage(*s.transfer, working, nullptr, destination, abortFlag, &tap); r != 0)
             return r;
         working = destination;
     }
     if (s.fillLight != 0) {
-        if (const int32_t r = oxFillLight(s.fillLightParams, unprocessed, working, destination, abortFlag); r != 0)
+        if (const int32_t r = fillLightStage(s.fillLightParams->amount, unprocessed, working, destination, abortFlag); r != 0)
             return r;
         working = destination;
     }
     if (s.sharpen != 0) {
-        if (const int32_t r = oxSharpenFilter(s.sharpenParams, working, nullptr, destination, abortFlag); r != 0)
+        if (const int32_t r = sharpenStage(s.sharpenParams->amount, working, nullptr, destination, abortFlag); r != 0)
             return r;
     }
     if (weights == nullptr) return code(Status::Ok);
-    return oxAddWeigthedM(unprocessed, destination, destination, weights);
+    return blendWithWeights(unprocessed, destination, weights);
 }
 
 int32_t yewEnhance(int32_t width, int32_t height, const uint8_t* sourcePixels, uint8_t* destinationPixels,

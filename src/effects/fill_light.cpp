@@ -4,6 +4,7 @@
 #include "core/detail/handles.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/status.hpp"
+#include "effects/detail/enhance_ops.hpp"
 #include "effects/detail/stage.hpp"
 #include "effects/detail/stage_pixels.hpp"
 #include "ox_fill_light.h"
@@ -54,6 +55,11 @@ int32_t fillLight(double amount, const oxImage* base, const oxImage* light, oxIm
 }
 
 }  // namespace
+
+int32_t ox::detail::fillLightStage(double amount, const oxImage* base, const oxImage* light, oxImage* destination,
+                                   AbortFlag abortFlag) {
+    return fillLight(amount, base, light, destination, abortFlag);
+}
 
 extern "C" {
 

@@ -4,11 +4,16 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "convolution/detail/blur_ops.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/image_view.hpp"
 #include "core/detail/numeric.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "core/detail/status.hpp"
+#include "core/detail/view.hpp"
+#include "effects/detail/enhance_ops.hpp"
+#include "effects/detail/sharpen_kernels.hpp"
+#include "effects/detail/sharpen_ops.hpp"
 #include "ox_color.h"
 #include "ox_elementwise.h"
 #include "ox_sharpen.h"
@@ -17,7 +22,6 @@ using namespace ox::detail;
 
 namespace {
 
-using BlurParamsPtr = Owned<oxBlurParams, oxBlurParamsRelease>;
 
 // A fresh one-channel image with every byte 0.
 ImagePtr zeroedPlane(int32_t width, int32_t height) {
@@ -38,69 +42,147 @@ struct CapTable {
 };
 constexpr CapTable kCaps;
 
-// Scales the source ROI into the destination ROI by the ratio of the
-// luminance `lum` to its mean `mean`, both read linearly, one byte per
-// pixel of the ROI walk.
-void boost(const oxHighBoostParams& p, const oxImage* src, oxImage* dst, const uint8_t* lum, const uint8_t* mean) {
-    RoiCursor s = roiCursor(src), d = roiCursor(dst);
-    // A one-byte pixel is a grey source: only the byte at offset 0 of each
-    // side takes part.
-    const int32_t channels = s.pixelStep == 1 ? 1 : 3;
-    int32_t from[3] = {0, 0, 0}, to[3] = {0, 0, 0};
-    if (channels == 3)
-        for (int32_t c = 0; c < 3; ++c) {
-            from[c] = oxImageGetChannelOffset(src, c + 1);
-            to[c] = oxImageGetChannelOffset(dst, c + 1);
+// The plain loop of one row: the reference the AVX2 row is held to.
+void boostRow(const uint8_t* sp, int32_t sStep, const ChannelOffsets& from, uint8_t* dp, int32_t dStep,
+              const ChannelOffsets& to, int32_t channels, const uint8_t* lum, const uint8_t* mean, int64_t count,
+              float gain, float maxRatio) {
+    for (int64_t i = 0; i < count; ++i, sp += sStep, dp += dStep) {
+        float r = gain * static_cast<float>(lum[i]);
+        if (mean[i] != 0) r = r / static_cast<float>(mean[i]);
+        r = std::min(r, maxRatio);
+        // Each channel may only lower the ratio for those after it, so a
+        // saturating blue holds back green and red but a saturating red
+        // does not hold back blue: the order dependence is intended.
+        for (int32_t c = 0; c < channels; ++c) {
+            const uint8_t v = sp[from.at[c]];
+            if (v != 0) r = std::min(r, kCaps.cap[v]);
+            const float o = r * static_cast<float>(v);
+            dp[to.at[c]] = clampToByte(o);
         }
-    int64_t i = 0;
-    walkRoi(
-        src->roi.height, src->roi.width,
-        [&](const uint8_t* sp, uint8_t* dp) {
-            float r = p.gain * static_cast<float>(lum[i]);
-            if (mean[i] != 0) r = r / static_cast<float>(mean[i]);
-            r = std::min(r, p.maxRatio);
-            // Each channel may only lower the ratio for those after it, so a
-            // saturating blue holds back green and red but a saturating red
-            // does not hold back blue: the order dependence is intended.
-            for (int32_t c = 0; c < channels; ++c) {
-                const uint8_t v = sp[from[c]];
-                if (v != 0) r = std::min(r, kCaps.cap[v]);
-                const float o = r * static_cast<float>(v);
-                dp[to[c]] = clampToByte(o);
-            }
-            ++i;
-        },
-        s, d);
+    }
 }
 
-Status highBoost(const oxHighBoostParams& p, const oxImage* src, oxImage* dst, AbortFlag abortFlag) {
+// Bytes a view spans, for the overlap test.
+template <class T> const uint8_t* viewEnd(View<T> v) {
+    return reinterpret_cast<const uint8_t*>(v.row(v.height - 1) + v.rowElements());
+}
+
+// The AVX2 row reads a block of pixels before it writes it; that is the
+// plain order unless the views overlap other than pixel for pixel, channel
+// for channel (the plain loop reads each channel just before it writes it).
+bool blocksAreSafe(ConstView<uint8_t> src, const ChannelOffsets& from, ConstView<uint8_t> dst,
+                   const ChannelOffsets& to) {
+    if (src.data == dst.data)
+        return src.channels == dst.channels && src.stride == dst.stride && from.at[0] == to.at[0] &&
+               from.at[1] == to.at[1] && from.at[2] == to.at[2];
+    return viewEnd(src) <= dst.data || viewEnd(dst) <= src.data;
+}
+
+// The encoding whose blue, green and red sit at `from` in pixels of
+// `channels` bytes; -1 for none.
+int32_t colourEncodingOf(int32_t channels, const ChannelOffsets& from) {
+    for (int32_t e : {OX_BGR, OX_RGB, OX_ARGB, OX_RGBA})
+        if (channelCount(e) == channels && oxGetChannelOffsetFromEncoding(e, 1) == from.at[0] &&
+            oxGetChannelOffsetFromEncoding(e, 2) == from.at[1] && oxGetChannelOffsetFromEncoding(e, 3) == from.at[2])
+            return e;
+    return -1;
+}
+
+// The grey conversion belongs to the image core: this is the one place the
+// high boost asks for it, through the exported conversion over headers that
+// describe the views.
+Status greyOf(ConstView<uint8_t> src, const ChannelOffsets& from, View<uint8_t> grey) {
+    const int32_t encoding = colourEncodingOf(src.channels, from);
+    if (encoding < 0 || src.stride % src.channels != 0) return Status::Refused;
+    HeaderPtr in(oxImageCreateHeader(static_cast<int32_t>(src.stride / src.channels), src.height, encoding));
+    HeaderPtr out(oxImageCreateHeader(grey.width, grey.height, OX_GRAY));
+    if (!in || !out) return Status::Refused;
+    in->data = const_cast<uint8_t*>(src.data);
+    in->roi = {0, 0, src.width, src.height};
+    out->data = grey.data;
+    return oxImageCvtColor(in.get(), out.get()) == 0 ? Status::Ok : Status::Refused;
+}
+
+// The ROI walk of `cols` x `rows` pixels over an 8-bit image as a view: from
+// the ROI origin, rows apart by the pixels walked plus the image's own ROI
+// row skip (so a destination ROI narrower than the walk drifts, as the walk
+// does).
+View<uint8_t> walkView(const oxImage* img, int32_t cols, int32_t rows) {
+    const RoiCursor c = roiCursor(img);
+    const int32_t channels = channelCount(img->encoding);
+    return {c.p, cols, rows, channels, static_cast<int64_t>(cols) * channels + c.rowSkip};
+}
+
+// A packed plane over an oxImage's first bytes.
+View<uint8_t> planeAt(const oxImage* img, int32_t cols, int32_t rows) { return {img->data, cols, rows, 1, cols}; }
+
+Status highBoostImage(const oxHighBoostParams& p, const oxImage* src, oxImage* dst, AbortFlag abortFlag) {
     const int32_t cols = src->roi.width, rows = src->roi.height;
     if (src->type != OX_8U || dst->type != OX_8U || !roiWalkFits(src, cols, rows) || !roiWalkFits(dst, cols, rows))
         return Status::Refused;
-    BlurParamsPtr blur(oxBlurParamsDefault());
-    if (!blur) return Status::Refused;
-    *blur = p.blur;
-    // Zero-filled: with both radii below 1 the blur writes nothing, and the
-    // mean must not be indeterminate (every ratio is then undivided).
-    ImagePtr mean = zeroedPlane(cols, rows);
-    if (!mean) return Status::Refused;
-    ImagePtr converted;
-    const oxImage* lum = src;
-    if (src->encoding != OX_GRAY) {
-        converted.reset(oxImageCreate(cols, rows, OX_GRAY));
-        if (!converted || oxImageCvtColor(src, converted.get()) != 0) return Status::Refused;
-        lum = converted.get();
-    }
+    const View<uint8_t> in = walkView(src, cols, rows), out = walkView(dst, cols, rows);
+    if (src->encoding != OX_GRAY) return highBoost(in, channelOffsets(src), out, channelOffsets(dst), p, abortFlag);
     // A grey source is its own luminance, read from its first byte: the blur
     // refuses it unless its ROI is as large as the whole image, so the walk
-    // below never reads past it.
-    const int32_t blurred = oxBlurFilter(blur.get(), lum, mean.get(), abortFlag);
-    blur.reset();
-    if (blurred != 0) return Status::Refused;
+    // never reads past it. Without a pass to run the mean stays 0.
+    if (!boxBlurFits(p.blur.radiusX, p.blur.radiusY, cols, rows) ||
+        ((p.blur.radiusX >= 1 || p.blur.radiusY >= 1) && (cols != src->width || rows != src->height)))
+        return Status::Refused;
+    OwnedView<uint8_t> mean = allocateView<uint8_t>(cols, rows, 1);
+    if (!mean) return Status::Refused;
+    std::memset(mean.view.data, 0, static_cast<size_t>(cols) * static_cast<size_t>(rows));
+    const ConstView<uint8_t> lum = planeAt(src, cols, rows);
+    if (boxBlurPlane(lum, mean.view, p.blur.radiusX, p.blur.radiusY, abortFlag) != Status::Ok) return Status::Refused;
     if (p.enabled == 0) return Status::Ok;
-    boost(p, src, dst, lum->data, mean->data);
+    return highBoostPixels(in, {}, out, {}, lum.data, mean.view.data, p.gain, p.maxRatio);
+}
+
+}  // namespace
+
+namespace ox::detail {
+
+Status highBoostPixels(ConstView<uint8_t> src, ChannelOffsets from, View<uint8_t> dst, ChannelOffsets to,
+                       const uint8_t* lum, const uint8_t* mean, float gain, float maxRatio) noexcept {
+    if (src.empty()) return Status::Ok;
+    const int32_t channels = src.channels == 1 ? 1 : 3;
+    if (channels == 1) from = to = {{0, 0, 0}};
+    // Every pixel depends on its own bytes only (the views are the same
+    // pixels or apart), so the vector blocks of all rows may go first.
+    int64_t done = 0;
+#if OX_HAVE_AVX2_PATH
+    if (useAvx2() && blocksAreSafe(src, from, dst, to))
+        done = highBoostRowsAvx2(src.data, src.stride, src.channels, from, dst.data, dst.stride, dst.channels, to, lum,
+                                 mean, src.width, src.height, gain, maxRatio);
+#endif
+    for (int64_t y = 0; y < src.height; ++y) {
+        const int64_t at = y * src.width + done;
+        boostRow(src.row(y) + done * src.channels, src.channels, from, dst.row(y) + done * dst.channels, dst.channels,
+                 to, channels, lum + at, mean + at, src.width - done, gain, maxRatio);
+    }
     return Status::Ok;
 }
+
+Status highBoost(ConstView<uint8_t> src, ChannelOffsets from, View<uint8_t> dst, ChannelOffsets to,
+                 const oxHighBoostParams& p, AbortFlag abortFlag) noexcept {
+    const int32_t cols = src.width, rows = src.height;
+    if (!boxBlurFits(p.blur.radiusX, p.blur.radiusY, cols, rows)) return Status::Refused;
+    // Luminance and mean in one allocation; the mean is zero-filled, since
+    // with both radii below 1 the blur writes nothing (every ratio is then
+    // undivided).
+    OwnedView<uint8_t> planes = allocateView<uint8_t>(cols, rows, 2);
+    if (!planes) return Status::Refused;
+    const int64_t n = static_cast<int64_t>(cols) * rows;
+    const View<uint8_t> lum{planes.view.data, cols, rows, 1, cols}, mean{planes.view.data + n, cols, rows, 1, cols};
+    std::memset(mean.data, 0, static_cast<size_t>(n));
+    if (greyOf(src, from, lum) != Status::Ok) return Status::Refused;
+    if (boxBlurPlane(lum, mean, p.blur.radiusX, p.blur.radiusY, abortFlag) != Status::Ok) return Status::Refused;
+    if (p.enabled == 0) return Status::Ok;
+    return highBoostPixels(src, from, dst, to, lum.data, mean.data, p.gain, p.maxRatio);
+}
+
+}  // namespace ox::detail
+
+namespace {
 
 // ---- Sharpen --------------------------------------------------------------
 
@@ -184,13 +266,12 @@ int32_t sharpen(double amount, const oxImage* src, const oxImage* mask, oxImage*
         original->roi = src->roi;
     }
     for (int32_t c = 1; c <= 3; ++c) {
-        BlurParamsPtr blur(oxBlurParamsDefault());
-        if (!blur) return code(Status::Refused);
         const Channel in = channelOf(src, c);
         // Read now, not once: in place, channels 2 and 3 see the first byte
         // as already sharpened.
         clippedLaplacian(in, w, h, src->data[0], detail->data);
-        if (const int32_t r = oxBlurFilter(blur.get(), detail.get(), detail.get(), abortFlag); r != 0) return r;
+        const View<uint8_t> plane = planeAt(detail.get(), src->width, src->height);
+        if (const Status r = boxBlurPlane(plane, plane, 1, 1, abortFlag); r != Status::Ok) return code(r);
         uint8_t* out = dst->data + oxImageGetChannelOffset(dst, c);
         subtractDetail(table.get(), detail->data, w * h, in, out, dstPixel);
     }
@@ -201,6 +282,11 @@ int32_t sharpen(double amount, const oxImage* src, const oxImage* mask, oxImage*
 }
 
 }  // namespace
+
+int32_t ox::detail::sharpenStage(double amount, const oxImage* source, const oxImage* mask, oxImage* destination,
+                                 AbortFlag abortFlag) {
+    return sharpen(amount, source, mask, destination, abortFlag);
+}
 
 extern "C" {
 
@@ -217,7 +303,7 @@ OX_API void oxHighBoostParamsRelease(oxHighBoostParams** params) { releaseRecord
 OX_API int32_t oxHighBoostFilter(const oxHighBoostParams* params, const oxImage* src, oxImage* dst,
                                  const volatile int32_t* abortFlag) {
     if (!params || !src || !dst) return code(Status::Refused);
-    return code(highBoost(*params, src, dst, abortFlag));
+    return code(highBoostImage(*params, src, dst, abortFlag));
 }
 
 OX_API oxSharpenParams* oxSharpenParamsDefault(void) {

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include "convolution/detail/blur_ops.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/status.hpp"
+#include "effects/detail/enhance_ops.hpp"
 #include "effects/detail/stage.hpp"
 #include "effects/detail/stage_pixels.hpp"
 #include "effects/detail/stage_transfer.hpp"
@@ -15,7 +17,8 @@ using namespace ox::detail;
 
 namespace {
 
-using BlurParamsPtr = Owned<oxBlurParams, oxBlurParamsRelease>;
+// A grey image's pixels as a plane.
+View<uint8_t> planeOf(const oxImage* img) { return {img->data, img->width, img->height, 1, img->width}; }
 
 void initStats(oxTransferEnhanceStats& stats, const oxImage* image) {
     stats.brightnessSum = 0.0f;
@@ -51,36 +54,56 @@ bool blurFits(const oxImage* image, int32_t radius) {
     return radius < 1 || (image->width > radius && image->height > radius);
 }
 
+// `known`: the brightness plane of the source when a stage before has
+// formed it (null: formed here).
 int32_t apply(const oxTransferEnhanceAddParams& params, const oxImage* source, oxImage* destination,
-              AbortFlag abortFlag) {
+              AbortFlag abortFlag, const uint8_t* known = nullptr) {
     if (!isColour(source) || !isColour(destination)) return code(Status::Refused);
     if (!walkable(source) || !writableFor(destination, source)) return code(Status::Refused);
     if (!blurFits(source, params.radius)) return code(Status::Refused);
 
-    BlurParamsPtr blur(oxBlurParamsDefault());
-    if (!blur) return code(Status::Refused);
-    blur->radiusX = params.radius;
-    blur->radiusY = params.radius;
     const int32_t width = source->width, height = source->height;
-    ImagePtr brightness(oxImageCreate(width, height, OX_GRAY));
+    ImagePtr brightness(known ? nullptr : oxImageCreate(width, height, OX_GRAY));
     ImagePtr blurred(oxImageCreate(width, height, OX_GRAY));
-    if (!brightness || !blurred) return code(Status::Refused);
+    if ((!known && !brightness) || !blurred) return code(Status::Refused);
 
     const ColourBytes s = colourBytes(source), d = colourBytes(destination);
-    for (int32_t y = 0; y < height; ++y) {
-        if (abortRequested(abortFlag)) return code(Status::Aborted);
-        uint8_t* bp = brightness->data + static_cast<int64_t>(y) * width;
-        forEachBrightness(s, y, width, [bp](int32_t x, uint8_t v) { bp[x] = v; });
-    }
+    if (!known)
+        for (int32_t y = 0; y < height; ++y) {
+            if (abortRequested(abortFlag)) return code(Status::Aborted);
+            uint8_t* bp = brightness->data + static_cast<int64_t>(y) * width;
+            forEachBrightness(s, y, width, [bp](int32_t x, uint8_t v) { bp[x] = v; });
+        }
+    const View<uint8_t> levels{known ? const_cast<uint8_t*>(known) : brightness->data, width, height, 1, width};
     // A radius below 1 blurs nothing and the blur then leaves its output
     // unwritten; the neighbourhood is the pixel itself.
     if (params.radius < 1 && hasPixels(source))
-        std::memcpy(blurred->data, brightness->data, static_cast<size_t>(width) * static_cast<size_t>(height));
-    if (const int32_t r = oxBlurFilter(blur.get(), brightness.get(), blurred.get(), abortFlag); r != 0) return r;
-    blur.reset();
+        std::memcpy(blurred->data, levels.data, static_cast<size_t>(width) * static_cast<size_t>(height));
+    if (params.radius >= 1)
+        if (const Status r = boxBlurPlane(levels, planeOf(blurred.get()), params.radius, params.radius, abortFlag);
+            r != Status::Ok)
+            return code(r);
 
     const uint8_t* table = params.gainTable;
     const uint8_t* neighbourhood = blurred->data;
+    if (!useReference() && s.step == 3 && d.step == 3 && s.b == d.b && s.g == d.g && s.r == d.r) {
+        // The common layout: one table row per pixel, its three bytes in
+        // place, with the row pointers kept in registers.
+        for (int32_t y = 0; y < height; ++y) {
+            if (abortRequested(abortFlag)) return code(Status::Aborted);
+            const uint8_t* levels = neighbourhood + static_cast<int64_t>(y) * width;
+            const uint8_t* sp = s.rowAt(y);
+            uint8_t* dp = d.rowAt(y);
+            for (int32_t x = 0; x < width; ++x, sp += 3, dp += 3) {
+                const uint8_t* gains = table + (static_cast<uint32_t>(levels[x]) << 8);
+                const uint8_t b = gains[sp[0]], g = gains[sp[1]], r = gains[sp[2]];
+                dp[0] = b;
+                dp[1] = g;
+                dp[2] = r;
+            }
+        }
+        return code(Status::Ok);
+    }
     return mapColourRows(s, d, width, height, abortFlag, [=](int32_t y) {
         const uint8_t* levels = neighbourhood + static_cast<int64_t>(y) * width;
         return [=](uint8_t v, int32_t x, auto) { return table[levels[x] * 256 + v]; };
@@ -99,6 +122,23 @@ struct TransferStage {
 };
 
 }  // namespace
+
+int32_t ox::detail::transferStage(const oxTransferEnhanceParams& params, const oxImage* source, const oxImage* weights,
+                                  oxImage* destination, AbortFlag abortFlag, const BrightnessTap* tap) {
+    if (tap == nullptr || !tap->filled || weights != nullptr)
+        return runStageFilter<TransferStage>(&params, source, weights, destination, abortFlag);
+    // The Filter sequence without a blend, with the statistics the tap
+    // gathered: the same sum, in the same order, as retrieve forms.
+    if (!isColour(source) || !walkable(source)) return code(Status::Refused);
+    if (abortRequested(abortFlag)) return code(Status::Aborted);
+    oxTransferEnhanceStats stats;
+    initStats(stats, source);
+    stats.brightnessSum = tap->sum;
+    HeapRecord<oxTransferEnhanceAddParams> derived(allocateRecord<oxTransferEnhanceAddParams>());
+    if (!derived) return code(Status::Refused);
+    compute(stats, params, *derived);
+    return apply(*derived, source, destination, abortFlag, tap->plane);
+}
 
 extern "C" {
 
@@ -144,7 +184,7 @@ OX_API int32_t oxTransferEnhanceFilter(const oxTransferEnhanceParams* params, co
                                        const oxImage* weights, oxImage* destination,
                                        const volatile int32_t* abortFlag) {
     if (params == nullptr || source == nullptr || destination == nullptr) return code(Status::Refused);
-    return runStageFilter<TransferStage>(params, source, weights, destination, abortFlag);
+    return transferStage(*params, source, weights, destination, abortFlag);
 }
 
 }  // extern "C"

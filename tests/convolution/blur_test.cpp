@@ -139,3 +139,52 @@ TEST(BoxBlur, OneChannelFormRefusesAnInvalidEncoding) {
         oxImageReleaseHeader(&dst);
     }
 }
+
+// Whole outputs of every form the filter takes (grey and colour, mixed
+// encodings, in place, a caller's scratch, ROIs smaller than the image), so
+// that faster kernels cannot change a byte unnoticed. The destination starts
+// as noise: bytes the filter must leave alone are part of the hash.
+TEST(BoxBlur, PinnedOutputsOfEveryForm) {
+    enum Form { kSeparate, kInPlace, kOptScratch, kSourceRoi, kDestRoi };
+    struct Case {
+        int32_t srcEnc, dstEnc, w, h, rx, ry;
+        Form form;
+        uint64_t hash;
+    } cases[] = {
+        {OX_GRAY, OX_GRAY, 1031, 5, 3, 3, kSeparate, 0x7151a2d40df2ef9full},
+        {OX_GRAY, OX_GRAY, 33, 40, 7, 7, kInPlace, 0x999dd1d9a9694358ull},
+        {OX_GRAY, OX_GRAY, 17, 9, 1, 4, kSeparate, 0x92af84d323c40e79ull},
+        {OX_GRAY, OX_GRAY, 29, 12, 5, 0, kInPlace, 0xa152daa9a7430d95ull},
+        {OX_BGR, OX_BGR, 1031, 4, 3, 3, kSeparate, 0x84064ee8fb5f9929ull},
+        {OX_BGR, OX_BGR, 23, 19, 7, 2, kInPlace, 0x11a96dd32bc484deull},
+        {OX_RGB, OX_RGB, 5, 7, 2, 3, kSeparate, 0xfb37cea0fe45c974ull},
+        {OX_RGBA, OX_RGBA, 37, 11, 3, 1, kSeparate, 0xb6da35611bc082afull},
+        {OX_ARGB, OX_ARGB, 21, 14, 1, 6, kInPlace, 0x33da3a0936ae4518ull},
+        {OX_ARGB, OX_ARGB, 19, 8, 0, 3, kSeparate, 0x7fc10cd667a34dccull},
+        {OX_BGR, OX_RGBA, 26, 9, 2, 2, kSeparate, 0x35b6754336e701aaull},
+        {OX_RGBA, OX_BGR, 26, 9, 4, 1, kSeparate, 0x1833097339095531ull},
+        {OX_BGR, OX_BGR, 31, 10, 3, 3, kOptScratch, 0xe4dd8ad714de5485ull},
+        {OX_BGR, OX_BGR, 31, 10, 2, 2, kSourceRoi, 0x1175920615f4bcf4ull},
+        {OX_RGBA, OX_RGBA, 31, 10, 2, 2, kDestRoi, 0x7f6be0da8ddda533ull},
+        {OX_GRAY, OX_GRAY, 300, 7, 140, 3, kSeparate, 0x46e5fcda10c0495cull},  // radius past the integer forms
+        {OX_RGBA, OX_BGR, 13, 6, 0, 0, kSeparate, 0xb96b99e2cfa23189ull},  // colour without a pass still copies channels 1-3
+        {OX_BGR, OX_ARGB, 13, 6, 0, 0, kSeparate, 0xfcb3fcbbffb7fae3ull},
+    };
+    for (const Case& c : cases) {
+        Image src = noise(c.w, c.h, c.srcEnc, OX_8U, static_cast<uint32_t>(c.w * 7 + c.h));
+        Image dst = noise(c.w, c.h, c.dstEnc, OX_8U, 99);
+        const oxBlurParams p{c.rx, c.ry};
+        oxImage* out = c.form == kInPlace ? src.get() : dst.get();
+        int32_t status = 0;
+        if (c.form == kOptScratch) {
+            std::vector<uint8_t> scratch(oxBlurGetTempBufferSize(src.get()), 0x5A);
+            status = oxBlurFilterOpt(&p, src.get(), out, nullptr, scratch.data());
+        } else {
+            if (c.form == kSourceRoi) src->roi = {3, 2, c.w - 5, c.h - 4};
+            if (c.form == kDestRoi) dst->roi = {0, 1, c.w, c.h - 1};
+            status = oxBlurFilter(&p, src.get(), out, nullptr);
+        }
+        EXPECT_EQ(status, 0) << &c - cases;
+        EXPECT_EQ(hashImage(out), c.hash) << &c - cases;
+    }
+}

@@ -114,3 +114,31 @@ TEST(Enhance, AbortRefusalsAndBadInputSweep) {
                 EXPECT_TRUE(r == 0 || r == 1) << w << "x" << h;
             }
 }
+
+// Whole outputs of stage combinations the goldens do not reach: other
+// encodings, odd radii, every mix weight form, in place with and without
+// weights. The destination starts as noise (its alpha must survive).
+TEST(Enhance, PinnedOutputsOfStageCombinations) {
+    struct Case {
+        oxEnhanceParams p;
+        int32_t srcEnc, dstEnc, w, h;
+        bool inPlace, weights;
+        uint64_t hash;
+    } cases[] = {
+        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 7, 0, 1, 0, 0.3f}, OX_RGBA, OX_RGBA, 1031, 17, false, false, 0x3a927f23a3b580feull},
+        {{0, 1, 1.0f, 9, 4, 0.45f, 1.4f, 1, 0, 1, 0, 0.3f}, OX_BGR, OX_ARGB, 33, 29, false, false, 0x2d8505a6a5e93ff3ull},
+        {{0, 1, 0.5f, 20, 1, 0.3f, 1.0f, 3, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 31, 23, false, false, 0x2e55c0a8a909f77full},
+        {{0, 1, 0.0f, 9, 4, 0.3f, 1.4f, 0, 0, 1, 0, 0.3f}, OX_RGB, OX_RGB, 27, 11, true, false, 0x0f493b2af2e674c7ull},
+        {{1, 1, 1.0f, 9, 4, 0.3f, 1.4f, 7, 1, 0.4f, 0, 0.3f}, OX_BGR, OX_BGR, 40, 30, true, false, 0xb1afc5c9c4a35bb8ull},
+        {{0, 1, 1.0f, 9, 4, 0.2f, 2.0f, 5, 1, 1.5f, 1, 0.6f}, OX_RGBA, OX_RGBA, 37, 19, true, true, 0xde82626cdea0648aull},
+        {{1, 1, 0.7f, 9, 4, 0.3f, 1.4f, 2, 0, 1, 1, 0.3f}, OX_BGR, OX_RGBA, 25, 25, false, true, 0x8b9365a1659bcfebull},
+    };
+    for (const Case& c : cases) {
+        Image src = noise(c.w, c.h, c.srcEnc, OX_8U, static_cast<uint32_t>(c.w * c.h));
+        for (size_t i = 0; i < byteCount(src.get()); ++i) src->data[i] = static_cast<uint8_t>(30 + src->data[i] % 170);
+        Image dst = noise(c.w, c.h, c.dstEnc, OX_8U, 8), weights = noise(c.w, c.h, OX_GRAY, OX_8U, 9);
+        oxImage* out = c.inPlace ? src.get() : dst.get();
+        ASSERT_EQ(oxEnhanceFilter(&c.p, src.get(), c.weights ? weights.get() : nullptr, out, nullptr), 0) << &c - cases;
+        EXPECT_EQ(hashImage(out), c.hash) << &c - cases;
+    }
+}

@@ -98,3 +98,33 @@ TEST(Detail, GoldenHashes) {
     ASSERT_EQ(sharpen(0.3, dst.get(), dst.get()), 0);
     EXPECT_EQ(hashImage(dst.get()), 15454631370884671539ull);
 }
+
+// High boost over every layout it walks: grey and colour sources, other
+// destination encodings, ROIs, in place, ratios that saturate and radii
+// that skip a pass. The destination starts as noise, so bytes the filter
+// must not write are part of the hash.
+TEST(HighBoost, PinnedOutputsOfEveryLayout) {
+    struct Case {
+        int32_t srcEnc, dstEnc, w, h;
+        oxHighBoostParams p;
+        bool roi, inPlace;
+        uint64_t hash;
+    } cases[] = {
+        {OX_BGR, OX_BGR, 1031, 6, {1, {3, 3}, 0.9f, 2.0f}, false, false, 0x52ad36f5189a0ebeull},
+        {OX_BGR, OX_BGR, 33, 21, {1, {3, 3}, 0.9f, 2.0f}, false, true, 0xb17c4a37a82492daull},
+        {OX_RGB, OX_RGBA, 29, 13, {1, {2, 1}, 1.7f, 3.0f}, false, false, 0x2a172f532ccb77ecull},
+        {OX_ARGB, OX_BGR, 17, 15, {1, {1, 4}, 3.0f, 1.5f}, false, false, 0xb239ea2285c48212ull},
+        {OX_RGBA, OX_RGBA, 23, 11, {1, {0, 0}, 1.2f, 9.0f}, false, true, 0xeef80b9428d8eaf6ull},
+        {OX_BGR, OX_BGR, 40, 20, {1, {3, 3}, 0.9f, 2.0f}, true, false, 0xe618d3d194b1efc1ull},
+        {OX_GRAY, OX_GRAY, 1031, 5, {1, {3, 3}, 0.9f, 2.0f}, false, false, 0x607b5d5b91570f82ull},
+        {OX_GRAY, OX_GRAY, 19, 19, {1, {4, 0}, 2.5f, 2.0f}, false, true, 0xa59df967e1564d7dull},
+    };
+    for (const Case& c : cases) {
+        Image src = noise(c.w, c.h, c.srcEnc, OX_8U, static_cast<uint32_t>(c.w + c.h));
+        Image dst = noise(c.w, c.h, c.dstEnc, OX_8U, 5);
+        if (c.roi) src->roi = dst->roi = {3, 2, c.w - 7, c.h - 5};
+        oxImage* out = c.inPlace ? src.get() : dst.get();
+        ASSERT_EQ(oxHighBoostFilter(&c.p, src.get(), out, nullptr), 0) << &c - cases;
+        EXPECT_EQ(hashImage(out), c.hash) << &c - cases;
+    }
+}

@@ -14,6 +14,7 @@
 #include "core/detail/image_view.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "core/detail/status.hpp"
+#include "effects/detail/tone_kernels.hpp"
 #include "ox_image.h"
 
 namespace ox::detail {
@@ -61,13 +62,19 @@ template <class F> decltype(auto) withColourStep(int32_t step, F&& f) {
 }
 
 // Calls f(x, brightness) for the pixels x = 0 .. width - 1 of row y, where
-// brightness is the largest of channels 1-3, in order.
+// brightness is the largest of channels 1-3, in order. The brightness is
+// formed a run of pixels at a time (see tone_kernels.hpp).
 template <class F> void forEachBrightness(const ColourBytes& px, int64_t y, int32_t width, F&& f) {
     if (width <= 0) return;  // a header without pixels may have no buffer to point into
-    withColourStep(px.step, [&](auto step) {
-        const uint8_t* p = px.rowAt(y);
-        for (int32_t x = 0; x < width; ++x, p += step) f(x, std::max({p[px.b], p[px.g], p[px.r]}));
-    });
+    constexpr int32_t kRun = 512;
+    uint8_t run[kRun];
+    const ChannelOffsets at{{px.b, px.g, px.r}};
+    const uint8_t* p = px.rowAt(y);
+    for (int32_t x0 = 0; x0 < width; x0 += kRun) {
+        const int32_t n = std::min(kRun, width - x0);
+        brightnessRow(p + static_cast<int64_t>(x0) * px.step, px.step, at, n, run);
+        for (int32_t i = 0; i < n; ++i) f(x0 + i, run[i]);
+    }
 }
 
 template <int32_t C> using ChannelIndex = std::integral_constant<int32_t, C>;
@@ -80,10 +87,26 @@ template <int32_t C> using ChannelIndex = std::integral_constant<int32_t, C>;
 template <class RowMapper>
 int32_t mapColourRows(const ColourBytes& src, const ColourBytes& dst, int32_t width, int32_t height,
                       AbortFlag abortFlag, RowMapper&& rowMapper) {
+    const bool fastLayout = !useReference() && src.step == dst.step && src.b == dst.b && src.g == dst.g && src.r == dst.r;
     for (int32_t y = 0; y < height; ++y) {
         if (abortRequested(abortFlag)) return code(Status::Aborted);
         if (width <= 0) continue;  // rows without pixels are still polled
         const auto map = rowMapper(y);
+        if (fastLayout && src.step == 3 && src.b == 0 && src.g == 1 && src.r == 2) {
+            // The common layout with constant offsets: the loop keeps its
+            // pointers in registers.
+            const uint8_t* sp = src.rowAt(y);
+            uint8_t* dp = dst.rowAt(y);
+            for (int32_t x = 0; x < width; ++x, sp += 3, dp += 3) {
+                const uint8_t b = map(sp[0], x, ChannelIndex<0>{});
+                const uint8_t g = map(sp[1], x, ChannelIndex<1>{});
+                const uint8_t r = map(sp[2], x, ChannelIndex<2>{});
+                dp[0] = b;
+                dp[1] = g;
+                dp[2] = r;
+            }
+            continue;
+        }
         withColourStep(src.step, [&](auto sStep) {
             withColourStep(dst.step, [&](auto dStep) {
                 const uint8_t* sp = src.rowAt(y);

@@ -1,0 +1,66 @@
+// The tone stages' brightness rows and whole stage outputs on every
+// instruction-set path, byte for byte against the reference: awkward
+// widths, every colour layout, in place and into another encoding.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "effects/detail/tone_kernels.hpp"
+#include "support/paths.hpp"
+#include "support/test_support.hpp"
+
+using namespace oxtest;
+using namespace ox::detail;
+
+TEST(TonePaths, BrightnessRowsMatchThePlainMaximum) {
+    const std::pair<int32_t, ChannelOffsets> layouts[] = {
+        {3, {{0, 1, 2}}}, {3, {{2, 1, 0}}}, {4, {{3, 2, 1}}}, {4, {{2, 1, 0}}}};
+    for (const auto& [channels, at] : layouts)
+        for (int32_t w : awkwardWidths())
+            expectSameOnEveryPath(std::to_string(channels) + " channels, w" + std::to_string(w), [&] {
+                std::mt19937 rng(static_cast<uint32_t>(w));
+                std::vector<uint8_t> row(size_t(w) * channels), out(size_t(w), 7);
+                for (uint8_t& b : row) b = static_cast<uint8_t>(rng());
+                brightnessRow(row.data(), channels, at, w, out.data());
+                return out;
+            });
+}
+
+// The three statistics-driven stages end to end, so that the fast
+// layouts of their table lookups are held to the reference too.
+TEST(TonePaths, StageFiltersMatchTheReference) {
+    static const oxContrastEnhanceParams contrast{9.0f, 4.0f, 0, 255, 0};
+    static const oxTransferEnhanceParams transfer{0.3f, 1.4f, 7};
+    for (int32_t srcEnc : {OX_BGR, OX_RGB, OX_RGBA})
+        for (int32_t dstEnc : {OX_BGR, OX_ARGB})
+            for (int32_t w : {8, 17, 33, 1031})
+                for (int32_t stage = 0; stage < 3; ++stage)
+                    expectSameOnEveryPath("stage " + std::to_string(stage) + " enc " + std::to_string(srcEnc) + ">" +
+                                              std::to_string(dstEnc) + " w" + std::to_string(w),
+                                          [&] {
+                                              Image src = noise(w, 9, srcEnc, OX_8U, static_cast<uint32_t>(w));
+                                              Image dst = noise(w, 9, dstEnc, OX_8U, 3);
+                                              const int32_t r =
+                                                  stage == 0   ? oxColorCorrectionFilter(src.get(), nullptr, dst.get(), nullptr)
+                                                  : stage == 1 ? oxContrastEnhanceFilter(&contrast, src.get(), nullptr, dst.get(), nullptr)
+                                                               : oxTransferEnhanceFilter(&transfer, src.get(), nullptr, dst.get(), nullptr);
+                                              EXPECT_EQ(r, 0);
+                                              return bytesOf(dst.get());
+                                          });
+}
+
+// The Enhance entry point, whose contrast stage hands the transfer stage the
+// brightness it wrote on the fast paths (the reference walks it again).
+TEST(TonePaths, EnhanceEntryMatchesTheReference) {
+    for (int32_t w : {8, 23, 1031})
+        for (float steepness : {0.3f, 0.0f})
+            expectSameOnEveryPath("enhance w" + std::to_string(w), [&] {
+                Image src = noise(w, 11, OX_BGR, OX_8U, static_cast<uint32_t>(w) + 1);
+                for (size_t i = 0; i < byteCount(src.get()); ++i) src->data[i] = static_cast<uint8_t>(40 + src->data[i] % 150);
+                Image dst = make(w, 11, OX_BGR);
+                EXPECT_EQ(oxYewEnhance(w, 11, src->data, dst->data, steepness), 0);
+                return bytesOf(dst.get());
+            });
+}

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "convolution/detail/blur_ops.hpp"
+#include "core/detail/core_ops.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/image_view.hpp"
 #include "core/detail/numeric.hpp"
@@ -88,19 +89,11 @@ int32_t colourEncodingOf(int32_t channels, const ChannelOffsets& from) {
     return -1;
 }
 
-// The grey conversion belongs to the image core: this is the one place the
-// high boost asks for it, through the exported conversion over headers that
-// describe the views.
+// The luminance the high boost sharpens by: the image core's grey
+// conversion, on channels laid out as one of the colour encodings.
 Status greyOf(ConstView<uint8_t> src, const ChannelOffsets& from, View<uint8_t> grey) {
-    const int32_t encoding = colourEncodingOf(src.channels, from);
-    if (encoding < 0 || src.stride % src.channels != 0) return Status::Refused;
-    HeaderPtr in(oxImageCreateHeader(static_cast<int32_t>(src.stride / src.channels), src.height, encoding));
-    HeaderPtr out(oxImageCreateHeader(grey.width, grey.height, OX_GRAY));
-    if (!in || !out) return Status::Refused;
-    in->data = const_cast<uint8_t*>(src.data);
-    in->roi = {0, 0, src.width, src.height};
-    out->data = grey.data;
-    return oxImageCvtColor(in.get(), out.get()) == 0 ? Status::Ok : Status::Refused;
+    if (colourEncodingOf(src.channels, from) < 0) return Status::Refused;
+    return greyFromColor(src, ChannelOrder{{from.at[0], from.at[1], from.at[2]}}, grey);
 }
 
 // The ROI walk of `cols` x `rows` pixels over an 8-bit image as a view: from

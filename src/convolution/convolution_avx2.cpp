@@ -39,9 +39,21 @@ OX_TARGET_AVX2 inline __m256 addProduct(__m256 acc, __m256 s, __m256 w) {
     return _mm256_add_ps(acc, _mm256_mul_ps(s, w));
 }
 
-// Row i of a block of four vertical outputs (16 samples each, from `s`)
-// where it does not reach all four: output j takes it with weight i - j
-// when that is a tap.
+// Row i of a block of four vertical outputs (16 samples each, from `s`),
+// added to outputs First .. Last with weight i - j.
+template <int First, int Last>
+OX_TARGET_AVX2 inline void rowInto(const float* s, const float* w, int32_t i, __m256 (&a)[4][2]) {
+    const __m256 s0 = _mm256_loadu_ps(s), s1 = _mm256_loadu_ps(s + 8);
+#pragma GCC unroll 4
+    for (int j = First; j <= Last; ++j) {
+        const __m256 wk = _mm256_broadcast_ss(w + (i - j));
+        a[j][0] = addProduct(a[j][0], s0, wk);
+        a[j][1] = addProduct(a[j][1], s1, wk);
+    }
+}
+
+// The same for any i and a kernel of any length: output j takes row i
+// when i - j is a tap.
 OX_TARGET_AVX2 inline void edgeRow(const float* s, int32_t i, const float* w, int32_t taps, __m256 (&a)[4][2]) {
     const __m256 s0 = _mm256_loadu_ps(s), s1 = _mm256_loadu_ps(s + 8);
 #pragma GCC unroll 4
@@ -101,8 +113,14 @@ template <class T> void gatherRows4(const float* const* in, const Taps& t, int64
         __m256 a[4][2];
 #pragma GCC unroll 4
         for (int j = 0; j < 4; ++j) a[j][0] = a[j][1] = _mm256_setzero_ps();
-        for (int32_t i = 0; i < 3; ++i) edgeRow(in[i] + x, i, t.w, taps, a);
-        if (taps > 3) {
+        if (taps < 3) {
+            for (int32_t i = 0; i < taps + 3; ++i) edgeRow(in[i] + x, i, t.w, taps, a);
+        } else {
+            // Rows 0 to 2 reach the outputs up to their own index, rows 2r+1
+            // to 2r+3 those from theirs minus 2r.
+            rowInto<0, 0>(in[0] + x, t.w, 0, a);
+            rowInto<0, 1>(in[1] + x, t.w, 1, a);
+            rowInto<0, 2>(in[2] + x, t.w, 2, a);
             __m256 w1 = _mm256_broadcast_ss(t.w + 2), w2 = _mm256_broadcast_ss(t.w + 1), w3 = _mm256_broadcast_ss(t.w);
             for (int32_t i = 3; i < taps; ++i) {
                 const __m256 w0 = _mm256_broadcast_ss(t.w + i);
@@ -119,8 +137,10 @@ template <class T> void gatherRows4(const float* const* in, const Taps& t, int64
                 w2 = w1;
                 w1 = w0;
             }
+            rowInto<1, 3>(in[taps] + x, t.w, taps, a);
+            rowInto<2, 3>(in[taps + 1] + x, t.w, taps + 1, a);
+            rowInto<3, 3>(in[taps + 2] + x, t.w, taps + 2, a);
         }
-        for (int32_t i = std::max(3, taps); i < taps + 3; ++i) edgeRow(in[i] + x, i, t.w, taps, a);
 #pragma GCC unroll 4
         for (int j = 0; j < 4; ++j) {
             put8(out[j] + x, a[j][0]);

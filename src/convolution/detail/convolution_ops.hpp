@@ -16,8 +16,9 @@
 namespace ox::detail {
 
 // The weights and border rule of both axes of a kernel, ready for images
-// of one size. Holds the normalised copy when the kernel asks for one, so
-// the weights stay valid while this lives.
+// of one size. The taps point into the caller's kernel, or into the
+// normalised copy this holds when the kernel asks for one: valid while
+// both live.
 struct PreparedKernel {
     KernelPtr normalized;
     sep::Taps x{};

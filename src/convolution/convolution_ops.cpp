@@ -206,6 +206,14 @@ Status streamConvolution(ConstView<T> src, View<T> dst, const Taps& x, const Tap
     return Status::Ok;
 }
 
+// The weights the symmetric form applies, into `mirrored`: it weighs both
+// sides with the taps from the centre to the right end, whatever the left
+// half holds. A gather with these gives the scatter's products in its order.
+Taps mirroredTaps(const Taps& t, float* mirrored) {
+    for (int32_t k = 0; k <= 2 * t.r; ++k) mirrored[k] = t.w[t.r + (k < t.r ? t.r - k : k - t.r)];
+    return {mirrored, t.r, t.pad};
+}
+
 const uint8_t* bytes(const void* p) { return static_cast<const uint8_t*>(p); }
 uint8_t* bytes(void* p) { return static_cast<uint8_t*>(p); }
 
@@ -240,14 +248,16 @@ template <class T> Status horizontalPass(ConstView<T> src, float* dst, const Tap
         using K = decltype(kernels);
         const int64_t taps = 2 * static_cast<int64_t>(t.r) + 1;
         Scratch scratch;
-        if (!scratch.allocate(taps, {static_cast<int64_t>(w) + taps - 1})) return Status::Refused;
+        if (!scratch.allocate(taps, {static_cast<int64_t>(w) + taps - 1, symmetric ? taps : 0}))
+            return Status::Refused;
         const float** in = scratch.pointers();
         float* const line = scratch.area(0);
         for (int64_t k = 0; k < taps; ++k) in[k] = line + k;
+        const Taps weights = symmetric ? mirroredTaps(t, scratch.area(1)) : t;
         const Lanes plane = lanesFor(1, 1, {}, {});
         for (int32_t y = 0; y < src.height; ++y) {
             padRow<K>(src.row(y), w, 1, t, plane, line);
-            K::row(in, t, w, dst + static_cast<int64_t>(y) * w);
+            K::row(in, weights, w, dst + static_cast<int64_t>(y) * w);
         }
         return Status::Ok;
     });
@@ -262,14 +272,16 @@ Status verticalPass(const float* src, float* scratch, View<T> dst, const Taps& t
     }
     return withFastKernels([&](auto kernels) {
         using K = decltype(kernels);
+        const int64_t taps = 2 * static_cast<int64_t>(t.r) + 1;
         Scratch rows;
-        if (!rows.allocate(2 * static_cast<int64_t>(t.r) + kBlock, {})) return Status::Refused;
+        if (!rows.allocate(taps - 1 + kBlock, {symmetric ? taps : 0})) return Status::Refused;
+        const Taps weights = symmetric ? mirroredTaps(t, rows.area(0)) : t;
         auto rowOf = [&](int32_t y) { return src + static_cast<int64_t>(y) * w; };
         for (int32_t y0 = 0; y0 < h; y0 += kBlock) {
             const int32_t b = std::min(kBlock, h - y0);
             T* out[kBlock];
             for (int32_t j = 0; j < kBlock; ++j) out[j] = j < b ? dst.row(y0 + j) : nullptr;
-            verticalStep<K>(y0, b, h, t, w, rows.pointers(), rowOf, out);
+            verticalStep<K>(y0, b, h, weights, w, rows.pointers(), rowOf, out);
         }
         return Status::Ok;
     });

@@ -54,11 +54,12 @@ Status separableConvolution(ConstView<T> src, View<T> dst, const PreparedKernel&
                             ChannelPlaces srcPlaces = kBgrPlaces, ChannelPlaces dstPlaces = kBgrPlaces);
 
 // The single passes over one plane of w x h samples and the w x h float
-// intermediate (rows packed). The symmetric forms take their products one
-// per pair of mirrored taps on the reference path and give the bytes of
-// the general form; `scratch` (w x h floats) is the symmetric vertical
-// form's work area. Preconditions: taps prepared for the line lengths.
-// Refused only when scratch memory runs out.
+// intermediate (rows packed). The symmetric forms weigh both sides of the
+// centre with the taps from the centre to the right end, one product per
+// pair of mirrored taps on the reference path; on a symmetric kernel they
+// give the bytes of the general form. `scratch` (w x h floats) is the
+// symmetric vertical form's work area. Preconditions: taps prepared for
+// the line lengths. Refused only when scratch memory runs out.
 template <class T> Status horizontalPass(ConstView<T> src, float* dst, const sep::Taps& t, bool symmetric);
 template <class T>
 Status verticalPass(const float* src, float* scratch, View<T> dst, const sep::Taps& t, bool symmetric);

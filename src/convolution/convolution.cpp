@@ -1,53 +1,44 @@
-// Separable convolution of images: the twelve exported passes and the
-// filter that chains a horizontal and a vertical pass, channel by channel.
+// Separable convolution of images: the filter and the twelve exported
+// passes, as shells that check the host's records and call the operations
+// of convolution_ops.hpp.
 #include <cstdint>
 
-#include "convolution/detail/kernel_rules.hpp"
-#include "convolution/detail/passes.hpp"
+#include "convolution/detail/convolution_ops.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/image_view.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "core/detail/planes.hpp"
+#include "core/detail/view.hpp"
 #include "ox_convolution.h"
 
 using namespace ox::detail;
-using namespace ox::detail::sep;
 
 namespace {
 
-// The weights, radius and border rule of one axis, when the kernel can run
-// over a line of `length` samples: the passes index inside the line only
-// while it is at least as long as the kernel, and count padded positions
-// (up to length + r) in int32.
-bool axisTaps(const oxSepKernel* k, bool horizontal, int32_t length, Taps& t) {
-    const float* w = horizontal ? k->kernelX : k->kernelY;
-    const int32_t r = horizontal ? k->radiusX : k->radiusY;
-    const PadRule pad = padRule(k->border);
-    if (!w || r < 0 || !pad || length < 2 * static_cast<int64_t>(r) + 1) return false;
-    if (static_cast<int64_t>(length) + r > INT32_MAX) return false;
-    t = {w, r, pad};
-    return true;
-}
-
 template <class T> bool holds(const oxImage* img) {
-    return img && img->type == typeCode<T>() && hasBuffer(img);
+    return img && img->type == sep::typeCode<T>() && hasBuffer(img);
 }
 
-template <class T> int32_t horizontalPass(const oxImage* src, uint8_t* dst, const oxSepKernel* k, bool symmetric) {
-    Taps t;
-    if (!holds<T>(src) || !dst || !k || !axisTaps(k, true, src->width, t)) return 1;
-    return horizontal<T>(src->data, dst, src->width, src->height, t, symmetric) ? 0 : 1;
+// The first width x height samples of an image's buffer as one plane,
+// whatever its encoding: the passes read and write only those.
+template <class T> View<T> planeOf(const oxImage* img) {
+    return {reinterpret_cast<T*>(img->data), img->width, img->height, 1, img->width};
+}
+
+template <class T> int32_t horizontalPass(const oxImage* src, float* dst, const oxSepKernel* k, bool symmetric) {
+    sep::Taps t;
+    if (!holds<T>(src) || !dst || !k || !sep::axisTaps(k->kernelX, k->radiusX, k->border, src->width, t)) return 1;
+    return code(ox::detail::horizontalPass<T>(planeOf<const T>(src), dst, t, symmetric));
 }
 
 template <class T>
-int32_t verticalPass(const uint8_t* src, uint8_t* scratch, oxImage* dst, const oxSepKernel* k, bool symmetric) {
-    Taps t;
-    if (!src || (symmetric && !scratch) || !holds<T>(dst) || !k || !axisTaps(k, false, dst->height, t)) return 1;
-    return vertical<T>(src, scratch, dst->data, dst->width, dst->height, t, symmetric) ? 0 : 1;
+int32_t verticalPass(const float* src, float* scratch, oxImage* dst, const oxSepKernel* k, bool symmetric) {
+    sep::Taps t;
+    if (!src || (symmetric && !scratch) || !holds<T>(dst) || !k ||
+        !sep::axisTaps(k->kernelY, k->radiusY, k->border, dst->height, t))
+        return 1;
+    return code(ox::detail::verticalPass<T>(src, scratch, planeOf<T>(dst), t, symmetric));
 }
-
-uint8_t* bytes(float* p) { return reinterpret_cast<uint8_t*>(p); }
-const uint8_t* bytes(const float* p) { return reinterpret_cast<const uint8_t*>(p); }
 
 // The float intermediate and the symmetric pass's accumulators (4 bytes
 // each per pixel), and for a colour image one channel plane; 0 for sizes
@@ -58,25 +49,49 @@ uint64_t tempBufferSize(const oxImage* img) {
     return sizeOrZero(checkedProduct({img->width, img->height, perPixel}));
 }
 
-// Work buffer: for a colour image first one channel plane of T, then the
-// float intermediate, then the accumulators of the symmetric vertical pass.
+ChannelPlaces placesOf(const oxImage* img) {
+    return {{oxGetChannelOffsetFromEncoding(img->encoding, 1), oxGetChannelOffsetFromEncoding(img->encoding, 2),
+             oxGetChannelOffsetFromEncoding(img->encoding, 3)}};
+}
+
+bool wholeRoi(const oxImage* img) {
+    return img->roi.x == 0 && img->roi.y == 0 && img->roi.width == img->width && img->roi.height == img->height;
+}
+
+// Colour images are defined to go channel by channel through a plane:
+// extracted along the source's ROI, filtered, inserted along the
+// destination's. Filtering all channels at once gives the same bytes when
+// both ROIs are the whole image and writing one channel of dst cannot
+// change a channel of src still to be read: the buffers are apart, or
+// they are one buffer with the channels in the same places.
+bool interleavedMatchesPlanes(const oxImage* src, const oxImage* dst) {
+    if (!wholeRoi(src) || !wholeRoi(dst)) return false;
+    const auto s = reinterpret_cast<uintptr_t>(src->data), d = reinterpret_cast<uintptr_t>(dst->data);
+    if (d >= s + *bufferBytes(src) || s >= d + *bufferBytes(dst)) return true;
+    const ChannelPlaces a = placesOf(src), b = placesOf(dst);
+    return s == d && channelCount(src->encoding) == channelCount(dst->encoding) && a.at[0] == b.at[0] &&
+           a.at[1] == b.at[1] && a.at[2] == b.at[2];
+}
+
+// The channel-by-channel route, for the ROIs and shared buffers that
+// interleaved filtering would not reproduce: the plane at the start of the
+// work buffer keeps what it held where a source ROI does not reach, and an
+// insertion that the destination's ROI cannot take is skipped.
 template <class T>
-int32_t convolve(const oxImage* src, oxImage* dst, const oxSepKernel* k, uint8_t* buffer, bool symX, bool symY) {
-    const int64_t area = static_cast<int64_t>(src->width) * src->height;
-    const bool colour = channelCount(src->encoding) > 1;
-    uint8_t* plane = buffer;
-    uint8_t* inter = buffer + (colour ? area * static_cast<int64_t>(sizeof(T)) : 0);
-    uint8_t* scratch = inter + area * 4;
-    auto run = [&](const oxImage* in, oxImage* out) {
-        if (const int32_t s = horizontalPass<T>(in, inter, k, symX); s != 0) return s;
-        return verticalPass<T>(inter, scratch, out, k, symY);
-    };
-    if (!colour) return run(src, dst);
-    HeaderPtr header = planeHeader(src->width, src->height, src->type, plane);
-    if (!header) return 1;
-    // Channels 1 to 3 only: a fourth channel of dst deliberately keeps what
-    // it holds.
-    return forEachChannelPlane(src, dst, 3, header.get(), header.get(), run);
+Status throughPlanes(const oxImage* src, oxImage* dst, const PreparedKernel& k, uint8_t* buffer) {
+    HeaderPtr header = planeHeader(src->width, src->height, src->type, buffer);
+    if (!header) return Status::Refused;
+    const View<T> plane = wholeView<T>(header.get());
+    return static_cast<Status>(forEachChannelPlane(src, dst, 3, header.get(), header.get(), [&](oxImage*, oxImage*) {
+        return code(separableConvolution<T>(plane, plane, k));
+    }));
+}
+
+template <class T> Status filterAs(const oxImage* src, oxImage* dst, const PreparedKernel& k, uint8_t* buffer) {
+    if (channelCount(src->encoding) == 1) return separableConvolution<T>(wholeView<T>(src), wholeView<T>(dst), k);
+    if (interleavedMatchesPlanes(src, dst))
+        return separableConvolution<T>(wholeView<T>(src), wholeView<T>(dst), k, placesOf(src), placesOf(dst));
+    return throughPlanes<T>(src, dst, k, buffer);
 }
 
 int32_t filterOpt(const oxImage* src, oxImage* dst, const oxSepKernel* kernel, uint8_t* buffer) {
@@ -86,15 +101,12 @@ int32_t filterOpt(const oxImage* src, oxImage* dst, const oxSepKernel* kernel, u
     if (dst->type != src->type || dst->width != src->width || dst->height != src->height) return 1;
     if (oxImageHaveUncompatibleEncodings(src, dst)) return 1;
     if (!oxSepKernelCheckForImage(kernel, src)) return 1;
-    KernelPtr normalized;
-    const oxSepKernel* k = workingKernel(kernel, normalized);
-    if (!k) return 1;
-    if (!k->kernelX || !k->kernelY) return 1;
-    const bool symX = isSymmetric(k->kernelX, k->radiusX), symY = isSymmetric(k->kernelY, k->radiusY);
+    PreparedKernel k;
+    if (prepareKernel(kernel, src->width, src->height, k) != Status::Ok) return 1;
     switch (src->type) {
-    case OX_8U: return convolve<uint8_t>(src, dst, k, buffer, symX, symY);
-    case OX_32F: return convolve<float>(src, dst, k, buffer, symX, symY);
-    default: return convolve<double>(src, dst, k, buffer, symX, symY);
+    case OX_8U: return code(filterAs<uint8_t>(src, dst, k, buffer));
+    case OX_32F: return code(filterAs<float>(src, dst, k, buffer));
+    default: return code(filterAs<double>(src, dst, k, buffer));
     }
 }
 
@@ -114,42 +126,42 @@ OX_API int32_t oxSeparableConvolutionFilterOpt(const oxImage* src, oxImage* dst,
 }
 
 OX_API int32_t oxApplySepKernelH(const oxImage* src, float* dst, const oxSepKernel* kernel) {
-    return horizontalPass<uint8_t>(src, bytes(dst), kernel, false);
+    return horizontalPass<uint8_t>(src, dst, kernel, false);
 }
 OX_API int32_t oxApplySepKernelSymmH(const oxImage* src, float* dst, const oxSepKernel* kernel) {
-    return horizontalPass<uint8_t>(src, bytes(dst), kernel, true);
+    return horizontalPass<uint8_t>(src, dst, kernel, true);
 }
 OX_API int32_t oxApplySepKernelV(const float* src, oxImage* dst, const oxSepKernel* kernel) {
-    return verticalPass<uint8_t>(bytes(src), nullptr, dst, kernel, false);
+    return verticalPass<uint8_t>(src, nullptr, dst, kernel, false);
 }
 OX_API int32_t oxApplySepKernelSymmV(const float* src, float* scratch, oxImage* dst, const oxSepKernel* kernel) {
-    return verticalPass<uint8_t>(bytes(src), bytes(scratch), dst, kernel, true);
+    return verticalPass<uint8_t>(src, scratch, dst, kernel, true);
 }
 
 OX_API int32_t oxApplySepKernelH32F(const oxImage* src, float* dst, const oxSepKernel* kernel) {
-    return horizontalPass<float>(src, bytes(dst), kernel, false);
+    return horizontalPass<float>(src, dst, kernel, false);
 }
 OX_API int32_t oxApplySepKernelSymmH32F(const oxImage* src, float* dst, const oxSepKernel* kernel) {
-    return horizontalPass<float>(src, bytes(dst), kernel, true);
+    return horizontalPass<float>(src, dst, kernel, true);
 }
 OX_API int32_t oxApplySepKernelV32F(const float* src, oxImage* dst, const oxSepKernel* kernel) {
-    return verticalPass<float>(bytes(src), nullptr, dst, kernel, false);
+    return verticalPass<float>(src, nullptr, dst, kernel, false);
 }
 OX_API int32_t oxApplySepKernelSymmV32F(const float* src, float* scratch, oxImage* dst, const oxSepKernel* kernel) {
-    return verticalPass<float>(bytes(src), bytes(scratch), dst, kernel, true);
+    return verticalPass<float>(src, scratch, dst, kernel, true);
 }
 
 OX_API int32_t oxApplySepKernelH64D(const oxImage* src, float* dst, const oxSepKernel* kernel) {
-    return horizontalPass<double>(src, bytes(dst), kernel, false);
+    return horizontalPass<double>(src, dst, kernel, false);
 }
 OX_API int32_t oxApplySepKernelSymmH64D(const oxImage* src, float* dst, const oxSepKernel* kernel) {
-    return horizontalPass<double>(src, bytes(dst), kernel, true);
+    return horizontalPass<double>(src, dst, kernel, true);
 }
 OX_API int32_t oxApplySepKernelV64D(const float* src, oxImage* dst, const oxSepKernel* kernel) {
-    return verticalPass<double>(bytes(src), nullptr, dst, kernel, false);
+    return verticalPass<double>(src, nullptr, dst, kernel, false);
 }
 OX_API int32_t oxApplySepKernelSymmV64D(const float* src, float* scratch, oxImage* dst, const oxSepKernel* kernel) {
-    return verticalPass<double>(bytes(src), bytes(scratch), dst, kernel, true);
+    return verticalPass<double>(src, scratch, dst, kernel, true);
 }
 
 }  // extern "C"

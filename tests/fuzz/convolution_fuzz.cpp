@@ -2,14 +2,17 @@
 // builder (custom weights including NaN and infinities, the Gaussians from
 // a radius or a sigma, normalised copies) with fuzzed radii, flags and
 // border rules; the image filter runs with fuzzed sizes, types, encodings
-// and ROIs inside the images. The twelve exported passes must also give
-// the bytes of the plain line-at-a-time passes they are built to match.
+// and ROIs inside the images, and must give the plain reference path's
+// samples. The twelve exported passes must also give the bytes of the
+// plain line-at-a-time passes they are built to match.
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <vector>
 
 #include "convolution/detail/passes_plain.hpp"
+#include "core/detail/isa.hpp"
+#include "core/detail/pixel_types.hpp"
 #include "fuzz_support.hpp"
 #include "ox_convolution.h"
 #include "ox_kernel.h"
@@ -160,17 +163,38 @@ void filter(FuzzedDataProvider& in, const oxSepKernel* k, const std::vector<uint
         }
         dst = other.get();
     }
-    const std::vector<uint8_t> before = snapshot(src);
-    int32_t status;
-    if (opt) {
-        Scratch scratch(oxSeparableConvolutionGetTempBufferSize(src.get()));
-        if (!scratch.p) return;
-        status = oxSeparableConvolutionFilterOpt(src.get(), dst, k, scratch.p);
-    } else {
-        status = oxSeparableConvolutionFilter(src.get(), dst, k);
-    }
+    const std::vector<uint8_t> before = snapshot(src), dstBefore = inPlace ? before : snapshot(other);
+    const uint64_t scratchBytes = oxSeparableConvolutionGetTempBufferSize(src.get());
+    // The Opt form's buffer starts zeroed: a ROI that fills only part of
+    // the channel plane leaves the rest as the buffer held it.
+    auto run = [&] {
+        if (!opt) return oxSeparableConvolutionFilter(src.get(), dst, k);
+        Scratch scratch(scratchBytes);
+        if (!scratch.p) return -1;
+        std::memset(scratch.p, 0, static_cast<size_t>(scratchBytes));
+        return oxSeparableConvolutionFilterOpt(src.get(), dst, k, scratch.p);
+    };
+    const int32_t status = run();
+    if (status == -1) return;
     OXFUZZ_CHECK(status == 0 || status == 1);
     if (!inPlace) OXFUZZ_CHECK(unchanged(src, before));
+    // The plain reference from the same inputs gives the same samples.
+    // (The allocating form leaves a partly filled plane undefined.)
+    if (status != 0 || !opt) return;
+    const std::vector<uint8_t> fast(dst->data, dst->data + dstBefore.size());
+    std::memcpy(src->data, before.data(), before.size());
+    if (!inPlace) std::memcpy(dst->data, dstBefore.data(), dstBefore.size());
+    ox::detail::limitIsa(ox::detail::Isa::Reference);
+    const int32_t plain = run();
+    ox::detail::limitIsa(ox::detail::Isa::Avx2);
+    OXFUZZ_CHECK(plain == 0);
+    const int32_t e = ox::detail::elementSize(dst->type);
+    if (dst->type == OX_8U)
+        OXFUZZ_CHECK(std::memcmp(fast.data(), dst->data, fast.size()) == 0);
+    else if (dst->type == OX_32F)
+        OXFUZZ_CHECK(sameSamples<float>(fast.data(), dst->data, static_cast<int64_t>(fast.size()) / e));
+    else
+        OXFUZZ_CHECK(sameSamples<double>(fast.data(), dst->data, static_cast<int64_t>(fast.size()) / e));
 }
 
 }  // namespace

@@ -2,13 +2,18 @@
 // as the arithmetic is defined: the general form gathers 2r+1 products per
 // output in tap order, the symmetric form scatters each input sample
 // (border samples included, in ascending position) into the outputs it
-// reaches with one product per pair of mirrored taps. The fast passes in
-// passes.hpp are tested against these byte for byte.
+// reaches with one product per pair of mirrored taps. These are the
+// reference path; the fast kernels (passes.hpp, passes_avx2.hpp) are tested
+// against them byte for byte.
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "convolution/detail/samples.hpp"
+#include "core/detail/handles.hpp"
+#include "core/detail/size.hpp"
+#include "core/detail/view.hpp"
 
 namespace ox::detail::sep::plain {
 
@@ -77,6 +82,37 @@ void vertical(const uint8_t* src, uint8_t* scratch, uint8_t* dst, int32_t w, int
                        [&](int32_t y, float s) { storeAt(dst, y * static_cast<int64_t>(w) + x, fromSum<T>(s)); });
         }
     }
+}
+
+// The whole convolution over interleaved views, lane by lane: the rows of
+// one lane into a w x h float plane, then its columns into the
+// destination. Both forms give the same bytes (see scatterLine), so only
+// the general one is needed here. With src and dst the same pixels a lane
+// is written after it was read and before the next one is. False when the
+// plane cannot be allocated.
+template <class T>
+bool convolve(View<const T> src, View<T> dst, const Taps& x, const Taps& y, const Lanes& lanes) {
+    const int32_t w = src.width, h = src.height;
+    const Count bytes = checkedProduct({w, h, static_cast<int64_t>(sizeof(float))});
+    Buffer mem = bytes ? allocateBuffer(static_cast<size_t>(*bytes)) : nullptr;
+    if (!mem) return false;
+    auto* plane = reinterpret_cast<float*>(mem.get());
+    for (int32_t l = 0; l < lanes.count; ++l) {
+        for (int32_t row = 0; row < h; ++row) {
+            const T* in = src.row(row);
+            float* out = plane + static_cast<int64_t>(row) * w;
+            gatherLine(
+                w, x, [&](int32_t i) { return toFloat(sampleAt(in, static_cast<int64_t>(i) * src.channels + lanes.from[l])); },
+                [&](int32_t i, float s) { out[i] = s; });
+        }
+        for (int32_t col = 0; col < w; ++col)
+            gatherLine(
+                h, y, [&](int32_t i) { return plane[static_cast<int64_t>(i) * w + col]; },
+                [&](int32_t i, float s) {
+                    setSample(dst.row(i), static_cast<int64_t>(col) * dst.channels + lanes.to[l], fromSum<T>(s));
+                });
+    }
+    return true;
 }
 
 }  // namespace ox::detail::sep::plain

@@ -22,6 +22,16 @@ template <class T> inline void storeAt(uint8_t* base, int64_t i, T v) noexcept {
     std::memcpy(base + i * static_cast<int64_t>(sizeof(T)), &v, sizeof v);
 }
 
+// The same through typed pointers, for pixels of float and double images
+// that a header may place at any address.
+template <class T> inline T sampleAt(const T* p, int64_t i) noexcept {
+    T v;
+    std::memcpy(&v, p + i, sizeof v);
+    return v;
+}
+
+template <class T> inline void setSample(T* p, int64_t i, T v) noexcept { std::memcpy(p + i, &v, sizeof v); }
+
 // Every sample is weighted in float; doubles are narrowed first.
 template <class T> inline float toFloat(T v) noexcept { return static_cast<float>(v); }
 
@@ -55,6 +65,32 @@ struct Taps {
     const float* w;
     int32_t r;
     PadRule pad;
+};
+
+// The taps of one axis over lines of `length` samples. False unless the
+// weights exist, r is not negative, the border code names a rule and the
+// line is at least 2r+1 long (the passes index inside it only then) yet
+// short enough that padded positions, up to length + r, count in int32.
+inline bool axisTaps(const float* w, int32_t r, int32_t border, int32_t length, Taps& t) noexcept {
+    const PadRule pad = padRule(border);
+    if (!w || r < 0 || !pad || length < 2 * static_cast<int64_t>(r) + 1) return false;
+    if (static_cast<int64_t>(length) + r > INT32_MAX) return false;
+    t = {w, r, pad};
+    return true;
+}
+
+// The lanes of the float intermediate, one per filtered channel, and the
+// element each one reads in a source pixel and writes in a destination
+// pixel. A plane has one lane; a colour image three (channels 1 to 3,
+// whatever its encoding, so a fourth channel is never touched). With
+// three source channels lane e is element e, so a source row converts as
+// one run of samples.
+struct Lanes {
+    int32_t count;
+    int32_t from[3];
+    int32_t to[3];
+    bool fromInOrder;  // a source pixel is exactly the lanes in order
+    bool toInOrder;    // a destination pixel is exactly the lanes in order
 };
 
 }  // namespace ox::detail::sep

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <span>
 
+#include "convolution/detail/convolution_ops.hpp"
 #include "convolution/detail/kernel_rules.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/numeric.hpp"
@@ -81,8 +82,17 @@ bool blurCanRun(int32_t radius, Size s) {
 
 int32_t resizeStage(const oxImage* from, oxImage* to) { return oxResize(from, to, OX_RESIZE_BILINEAR, nullptr); }
 
+// The working image is the filter's own: whole, 8-bit, of a valid
+// encoding. The convolution runs on it in place, interleaved; a refused
+// kernel is a 1, as the exported filter reports it.
 int32_t blurStage(oxImage* image, const oxSepKernel* kernel) {
-    return oxSeparableConvolutionFilter(image, image, kernel);
+    PreparedKernel k;
+    if (prepareKernel(kernel, image->width, image->height, k) != Status::Ok) return 1;
+    ChannelPlaces places = kBgrPlaces;
+    if (channelCount(image->encoding) > 1)
+        for (int32_t c = 0; c < 3; ++c) places.at[c] = oxGetChannelOffsetFromEncoding(image->encoding, c + 1);
+    return code(separableConvolution<uint8_t>(wholeView<const uint8_t>(image), wholeView<uint8_t>(image), k, places,
+                                              places));
 }
 
 int32_t maskStage(const oxFocusMaskParams& box, oxImage* mask) { return oxFocusMaskFill(&box, mask); }

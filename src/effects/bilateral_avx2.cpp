@@ -1,0 +1,436 @@
+// The colour worker's radius-1 passes on AVX2: eight output pixels at a
+// time, each computed with exactly the plain loop's sequence of operations
+// (the same taps in the same order, W += w, one fused multiply-add per
+// channel sum, one reciprocal, the same clamp and truncation), so the bytes
+// are those of the plain loop. Channel values are read as floats (every
+// byte is one exactly), the squared distance is formed in float (exact:
+// integers below 2^24) and indexes the compact table by gather.
+//
+// Border pixels run the same nine taps with the weight of each neighbour
+// outside the image forced to +0: W + 0 and fmaf(0, v, S) leave W and S
+// as they are (both start at +0 and only grow, v is finite), so such a tap
+// changes nothing, exactly as the plain loop's skipping it.
+#include "core/detail/isa.hpp"
+#include "effects/detail/bilateral_kernel.hpp"
+
+#if OX_HAVE_AVX2_PATH
+
+#include <immintrin.h>
+
+#include <cstring>
+#include <utility>
+
+#include "core/detail/handles.hpp"
+#include "core/detail/size.hpp"
+
+#define OX_AVX2_INLINE [[gnu::always_inline, gnu::target("avx2,fma")]] inline
+
+namespace ox::detail::bilateral {
+
+namespace {
+
+constexpr int32_t kRow = OX_BILATERAL_SPACE_SIZE;
+
+// Eight pixels' channels as floats.
+struct Px {
+    __m256 c0, c1, c2;
+};
+
+// The nine spatial weights in visiting order (dy, then dx), and the
+// centre's whole weight: its difference is 0, so its range weight is the
+// table's first entry for every pixel.
+struct Weights {
+    __m256 space[9];
+    __m256 centre;
+    const float* byNorm;
+};
+
+OX_AVX2_INLINE Weights weightsOf(const float* space, const float* byNorm) {
+    Weights k;
+    for (int32_t dy = -1; dy <= 1; ++dy)
+        for (int32_t dx = -1; dx <= 1; ++dx) k.space[(dy + 1) * 3 + dx + 1] = _mm256_set1_ps(space[dy * kRow + dx]);
+    k.centre = _mm256_set1_ps(space[0] * byNorm[0]);
+    k.byNorm = byNorm;
+    return k;
+}
+
+struct Sums {
+    __m256 W, S0, S1, S2;
+};
+
+OX_AVX2_INLINE void accumulate(Sums& s, __m256 w, const Px& v) {
+    s.W = _mm256_add_ps(s.W, w);
+    s.S0 = _mm256_fmadd_ps(w, v.c0, s.S0);
+    s.S1 = _mm256_fmadd_ps(w, v.c1, s.S1);
+    s.S2 = _mm256_fmadd_ps(w, v.c2, s.S2);
+}
+
+// Neighbour v of centres c; `keep` is all ones for a neighbour inside the
+// image and 0 outside (used when Masked).
+template <bool Masked>
+OX_AVX2_INLINE void tap(Sums& s, const Px& v, const Px& c, __m256 space, __m256 keep, const float* byNorm) {
+    const __m256 d0 = _mm256_sub_ps(v.c0, c.c0), d1 = _mm256_sub_ps(v.c1, c.c1), d2 = _mm256_sub_ps(v.c2, c.c2);
+    const __m256 norm = _mm256_fmadd_ps(d2, d2, _mm256_fmadd_ps(d1, d1, _mm256_mul_ps(d0, d0)));
+    __m256 w = _mm256_mul_ps(space, _mm256_i32gather_ps(byNorm, _mm256_cvttps_epi32(norm), 4));
+    if constexpr (Masked) w = _mm256_and_ps(w, keep);
+    accumulate(s, w, v);
+}
+
+// clampToByte(Sk * (1 / W)) as a float. The maximum against 0 comes first
+// and takes its second operand for a NaN, which the plain loop turns into 0
+// as well.
+OX_AVX2_INLINE __m256 outputOf(__m256 S, __m256 inv) {
+    const __m256 clamped = _mm256_min_ps(_mm256_max_ps(_mm256_mul_ps(S, inv), _mm256_setzero_ps()), _mm256_set1_ps(255.0f));
+    return _mm256_round_ps(clamped, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+}
+
+// The eight outputs of the neighbourhoods v[0..8] (v[4] the centres).
+template <bool Masked> OX_AVX2_INLINE Px filter9(const Px (&v)[9], const __m256 (&keep)[9], const Weights& k) {
+    Sums s{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
+#pragma GCC unroll 9
+    for (int32_t t = 0; t < 9; ++t) {
+        if (t == 4) accumulate(s, k.centre, v[4]);
+        else tap<Masked>(s, v[t], v[4], k.space[t], keep[t], k.byNorm);
+    }
+    const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), s.W);
+    return {outputOf(s.S0, inv), outputOf(s.S1, inv), outputOf(s.S2, inv)};
+}
+
+// Output bytes 0-2 of each lane.
+OX_AVX2_INLINE __m256i packed(const Px& o) {
+    return _mm256_or_si256(_mm256_cvttps_epi32(o.c0), _mm256_or_si256(_mm256_slli_epi32(_mm256_cvttps_epi32(o.c1), 8),
+                                                                       _mm256_slli_epi32(_mm256_cvttps_epi32(o.c2), 16)));
+}
+
+// Bytes 0-2 of each lane of `v` as floats.
+OX_AVX2_INLINE Px unpacked(__m256i v) {
+    const __m256i low = _mm256_set1_epi32(0xff);
+    return {_mm256_cvtepi32_ps(_mm256_and_si256(v, low)),
+            _mm256_cvtepi32_ps(_mm256_and_si256(_mm256_srli_epi32(v, 8), low)),
+            _mm256_cvtepi32_ps(_mm256_and_si256(_mm256_srli_epi32(v, 16), low))};
+}
+
+// Masks of the nine taps from the lanes' four borders (all ones: the
+// neighbour on that side exists).
+OX_AVX2_INLINE void tapMasks(__m256 (&keep)[9], __m256 top, __m256 bottom, __m256 left, __m256 right) {
+    const __m256 all = _mm256_castsi256_ps(_mm256_set1_epi32(-1));
+    keep[0] = _mm256_and_ps(top, left), keep[1] = top, keep[2] = _mm256_and_ps(top, right);
+    keep[3] = left, keep[4] = all, keep[5] = right;
+    keep[6] = _mm256_and_ps(bottom, left), keep[7] = bottom, keep[8] = _mm256_and_ps(bottom, right);
+}
+
+OX_AVX2_INLINE __m256 maskOf(__m256i m) { return _mm256_castsi256_ps(m); }
+
+// ---- Separate buffers: eight neighbouring pixels of a row ----------------
+
+// Pixels p[0..7] (24 bytes, nothing read beyond), one per lane.
+OX_AVX2_INLINE __m256i load8(const uint8_t* p) {
+    const __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 8));
+    const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,  //
+                                            4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
+    return _mm256_shuffle_epi8(_mm256_inserti128_si256(_mm256_castsi128_si256(lo), hi, 1), spread);
+}
+
+// The eight lanes' bytes 0-2 as 24 packed bytes at p.
+OX_AVX2_INLINE void store8(uint8_t* p, __m256i v) {
+    const __m256i pack = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,  //
+                                          0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+    const __m256i bytes =
+        _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pack), _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(bytes));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(p + 16), _mm256_extracti128_si256(bytes, 1));
+}
+
+// A source row as three float planes with one zero cell before and after
+// (cell i holds pixel i - 1).
+struct PlaneRow {
+    float* c[3];
+};
+
+OX_AVX2_INLINE void convertRow(const PlaneRow& r, const uint8_t* src, int32_t w) {
+    for (int32_t x = 0;; x += 8) {
+        x = std::min(x, w - 8);
+        const Px v = unpacked(load8(src + 3 * static_cast<int64_t>(x)));
+        _mm256_storeu_ps(r.c[0] + x + 1, v.c0);
+        _mm256_storeu_ps(r.c[1] + x + 1, v.c1);
+        _mm256_storeu_ps(r.c[2] + x + 1, v.c2);
+        if (x == w - 8) break;
+    }
+}
+
+OX_AVX2_INLINE Px loadPx(const PlaneRow& r, int64_t cell) {
+    return {_mm256_loadu_ps(r.c[0] + cell), _mm256_loadu_ps(r.c[1] + cell), _mm256_loadu_ps(r.c[2] + cell)};
+}
+
+// The range weight of each lane's pair of pixels: it depends on the
+// squared distance only, so a pair weighs the same from either end.
+OX_AVX2_INLINE __m256 rangeOf(const Px& p, const Px& q, const float* byNorm) {
+    const __m256 d0 = _mm256_sub_ps(q.c0, p.c0), d1 = _mm256_sub_ps(q.c1, p.c1), d2 = _mm256_sub_ps(q.c2, p.c2);
+    const __m256 norm = _mm256_fmadd_ps(d2, d2, _mm256_fmadd_ps(d1, d1, _mm256_mul_ps(d0, d0)));
+    return _mm256_i32gather_ps(byNorm, _mm256_cvttps_epi32(norm), 4);
+}
+
+// Range weights of the pairs of row y, cell x + 1 holding those of pixel x:
+// with its right neighbour (h), the one below (v), below and right (d), and
+// of its right neighbour with the one below it (a). Each pair serves both
+// of its pixels, so an output pixel's eight neighbours cost four lookups.
+struct PairRow {
+    float *h, *v, *d, *a;
+};
+
+OX_AVX2_INLINE void pairGroup(const PlaneRow& row, const PlaneRow& below, const PairRow& out, int64_t x,
+                              const float* byNorm) {
+    const Px p = loadPx(row, x + 1), right = loadPx(row, x + 2), down = loadPx(below, x + 1);
+    _mm256_storeu_ps(out.h + x + 1, rangeOf(p, right, byNorm));
+    _mm256_storeu_ps(out.v + x + 1, rangeOf(p, down, byNorm));
+    _mm256_storeu_ps(out.d + x + 1, rangeOf(p, loadPx(below, x + 2), byNorm));
+    _mm256_storeu_ps(out.a + x + 1, rangeOf(right, down, byNorm));
+}
+
+// W += w and the three sums for neighbour v with range weight g.
+template <bool Masked> OX_AVX2_INLINE void weighed(Sums& s, const Px& v, __m256 g, __m256 space, __m256 keep) {
+    __m256 w = _mm256_mul_ps(space, g);
+    if constexpr (Masked) w = _mm256_and_ps(w, keep);
+    accumulate(s, w, v);
+}
+
+template <bool Masked>
+OX_AVX2_INLINE void separateGroup(const PlaneRow (&rows)[3], const PairRow& above, const PairRow& here, uint8_t* out,
+                                  int64_t x, const __m256 (&keep)[9], const Weights& k) {
+    Sums s{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
+    weighed<Masked>(s, loadPx(rows[0], x), _mm256_loadu_ps(above.d + x), k.space[0], keep[0]);
+    weighed<Masked>(s, loadPx(rows[0], x + 1), _mm256_loadu_ps(above.v + x + 1), k.space[1], keep[1]);
+    weighed<Masked>(s, loadPx(rows[0], x + 2), _mm256_loadu_ps(above.a + x + 1), k.space[2], keep[2]);
+    weighed<Masked>(s, loadPx(rows[1], x), _mm256_loadu_ps(here.h + x), k.space[3], keep[3]);
+    accumulate(s, k.centre, loadPx(rows[1], x + 1));
+    weighed<Masked>(s, loadPx(rows[1], x + 2), _mm256_loadu_ps(here.h + x + 1), k.space[5], keep[5]);
+    weighed<Masked>(s, loadPx(rows[2], x), _mm256_loadu_ps(here.a + x), k.space[6], keep[6]);
+    weighed<Masked>(s, loadPx(rows[2], x + 1), _mm256_loadu_ps(here.v + x + 1), k.space[7], keep[7]);
+    weighed<Masked>(s, loadPx(rows[2], x + 2), _mm256_loadu_ps(here.d + x + 1), k.space[8], keep[8]);
+    const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), s.W);
+    store8(out + 3 * x, packed({outputOf(s.S0, inv), outputOf(s.S1, inv), outputOf(s.S2, inv)}));
+}
+
+}  // namespace
+
+OX_TARGET_AVX2 bool colourRadius1SeparateAvx2(const ColourPass& p, const float* byNorm) {
+    const int32_t w = p.src.width, h = p.src.height;
+    if (w < 8) {  // narrower than one group
+        filterColourRadius1(p, NormRange{byNorm});
+        return true;
+    }
+    // Rows of w + 2 cells: four plane rows of three channels (y - 1, y and
+    // y + 1 by y mod 3, and one of zeros for the rows outside the image),
+    // then two rows of four pair weights (row y - 1 and row y). The cells
+    // outside the image stay 0: their neighbours are masked, but they are
+    // read.
+    const int64_t cells = static_cast<int64_t>(w) + 2;
+    const Count bytes = checkedProduct({4 * 3 + 2 * 4, cells, static_cast<int64_t>(sizeof(float))});
+    Buffer memory = bytes ? allocateZeroed(static_cast<size_t>(*bytes)) : nullptr;
+    if (!memory) return false;
+    float* next = reinterpret_cast<float*>(memory.get());
+    auto take = [&] { return std::exchange(next, next + cells); };
+    PlaneRow ring[4];
+    for (PlaneRow& r : ring) r = {{take(), take(), take()}};
+    PairRow pairs[2];
+    for (PairRow& r : pairs) r = {take(), take(), take(), take()};
+    auto slot = [&](int32_t y) -> const PlaneRow& { return y < 0 || y >= h ? ring[3] : ring[y % 3]; };
+
+    const Weights k = weightsOf(p.space, byNorm);
+    const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    const __m256 all = maskOf(_mm256_set1_epi32(-1));
+    __m256 none[9];
+    tapMasks(none, all, all, all, all);
+    convertRow(ring[0], p.src.row(0), w);
+    for (int32_t y = 0; y < h; ++y) {
+        if (y + 1 < h) convertRow(ring[(y + 1) % 3], p.src.row(y + 1), w);
+        const PlaneRow rows[3] = {slot(y - 1), slot(y), slot(y + 1)};
+        const PairRow& above = pairs[(y + 1) % 2];
+        const PairRow& here = pairs[y % 2];
+        uint8_t* out = p.dst.row(y);
+        const __m256 top = y > 0 ? all : _mm256_setzero_ps(), bottom = y < h - 1 ? all : _mm256_setzero_ps();
+        // Groups of eight from x = 0; the last ends at w - 1 and may overlap
+        // the one before, which only writes the same values again. A
+        // group's pairs come first: it reads them and the previous group's.
+        for (int32_t x = 0;; x += 8) {
+            x = std::min(x, w - 8);
+            pairGroup(rows[1], rows[2], here, x, byNorm);
+            if (x == 0 || x == w - 8 || y == 0 || y == h - 1) {
+                const __m256i at = _mm256_add_epi32(_mm256_set1_epi32(x), lanes);
+                __m256 keep[9];
+                tapMasks(keep, top, bottom, maskOf(_mm256_cmpgt_epi32(at, _mm256_setzero_si256())),
+                         maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(w - 1), at)));
+                separateGroup<true>(rows, above, here, out, x, keep, k);
+            } else {
+                separateGroup<false>(rows, above, here, out, x, none, k);
+            }
+            if (x == w - 8) break;
+        }
+    }
+    return true;
+}
+
+// ---- In place: a wavefront across rows ------------------------------------
+//
+// Pixel (x, y) of an in-place pass reads the new (x - 1, y) and the new row
+// above, and the old values right and below: with t = x + 2y, it needs the
+// pixels of t - 1, t - 2 and t - 3 done and those of t + 1 .. t + 3 not yet.
+// Pixels of equal t are independent, so a band of eight rows is swept with
+// lane j on row y0 + j at x = s - 2j for step s = 0, 1, ...
+//
+// The band is seen through a skewed copy: cell k of copy row s holds pixel
+// (s - 2(k - 1), y0 + k - 1), k = 0..9 covering the row above the band to
+// the row below it. Neighbour (dy, dx) of every lane at step s is then the
+// eight cells from k = dy + 1 of copy row s + dx + 2dy: one load. Copy row
+// s + 3 is filled from the image at step s (all of it still old, or final
+// above the band), and each step's outputs go into its copy row, into the
+// image, and on in registers to the next step, which reads two of them.
+
+namespace {
+
+constexpr int32_t kRing = 8;   // copy rows s - 3 .. s + 3 in use
+constexpr int32_t kCells = 16;  // cells 0..9 used
+
+struct Wave {
+    uint8_t* base;  // row y0
+    int64_t stride;
+    int32_t w, h, y0, rows;  // rows: band rows inside the image (1..8)
+    __m256i gatherOffset;    // j * (stride - 6) - 1
+    __m256i twoLanes;        // 2j
+    __m256i laneRows;        // j < rows
+    alignas(32) float copy[3][kRing][kCells];
+
+    float* cell(int32_t c, int32_t s, int32_t k) noexcept { return &copy[c][s & (kRing - 1)][k]; }
+};
+
+// One cell from the image, or zeros for a pixel outside it.
+OX_AVX2_INLINE void fillCell(Wave& v, int32_t s, int32_t k) {
+    const int32_t x = s - 2 * (k - 1), y = v.y0 + k - 1;
+    const bool inside = x >= 0 && x < v.w && y >= 0 && y < v.h;
+    const uint8_t* px = inside ? v.base + (k - 1) * v.stride + 3 * static_cast<int64_t>(x) : nullptr;
+    for (int32_t c = 0; c < 3; ++c) *v.cell(c, s, k) = inside ? static_cast<float>(px[c]) : 0.0f;
+}
+
+// Copy row s. The band's lanes are gathered as the 4 bytes ending with
+// their pixel, so that the buffer's last pixel is never overrun; the one
+// pixel with no byte before it, the buffer's first, is read on its own.
+OX_AVX2_INLINE void fillRow(Wave& v, int32_t s) {
+    const __m256i x = _mm256_sub_epi32(_mm256_set1_epi32(s), v.twoLanes);
+    __m256i inside = _mm256_and_si256(v.laneRows, _mm256_and_si256(_mm256_cmpgt_epi32(x, _mm256_set1_epi32(-1)),
+                                                                   _mm256_cmpgt_epi32(_mm256_set1_epi32(v.w), x)));
+    const bool origin = v.y0 == 0 && s == 0;
+    if (origin) inside = _mm256_blend_epi32(inside, _mm256_setzero_si256(), 1);
+    const __m256i index = _mm256_add_epi32(v.gatherOffset, _mm256_set1_epi32(3 * s));
+    const __m256i raw =
+        _mm256_mask_i32gather_epi32(_mm256_setzero_si256(), reinterpret_cast<const int*>(v.base), index, inside, 1);
+    const Px px = unpacked(_mm256_srli_epi32(raw, 8));
+    _mm256_storeu_ps(v.cell(0, s, 1), px.c0);
+    _mm256_storeu_ps(v.cell(1, s, 1), px.c1);
+    _mm256_storeu_ps(v.cell(2, s, 1), px.c2);
+    if (origin) fillCell(v, s, 1);
+    fillCell(v, s, 0);
+    fillCell(v, s, 9);
+}
+
+OX_AVX2_INLINE Px loadCells(Wave& v, int32_t s, int32_t k) {
+    return {_mm256_loadu_ps(v.cell(0, s, k)), _mm256_loadu_ps(v.cell(1, s, k)), _mm256_loadu_ps(v.cell(2, s, k))};
+}
+
+// The lanes' neighbours up and right: the previous step's outputs moved one
+// lane down, lane 0 from the row above the band.
+OX_AVX2_INLINE __m256 shiftedIn(__m256 previous, float above) {
+    const __m256 moved = _mm256_permutevar8x32_ps(previous, _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6));
+    return _mm256_blend_ps(moved, _mm256_set1_ps(above), 1);
+}
+
+template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k) {
+    fillRow(v, s + 3);
+    Px n[9];
+    n[0] = loadCells(v, s - 3, 0);
+    n[1] = loadCells(v, s - 2, 0);
+    n[2] = {shiftedIn(previous.c0, *v.cell(0, s - 1, 0)), shiftedIn(previous.c1, *v.cell(1, s - 1, 0)),
+            shiftedIn(previous.c2, *v.cell(2, s - 1, 0))};
+    n[3] = previous;
+    n[4] = loadCells(v, s, 1);
+    n[5] = loadCells(v, s + 1, 1);
+    n[6] = loadCells(v, s + 1, 2);
+    n[7] = loadCells(v, s + 2, 2);
+    n[8] = loadCells(v, s + 3, 2);
+
+    const __m256i x = _mm256_sub_epi32(_mm256_set1_epi32(s), v.twoLanes);
+    __m256 keep[9];
+    if constexpr (Masked) {
+        const __m256i y = _mm256_add_epi32(_mm256_set1_epi32(v.y0), _mm256_srli_epi32(v.twoLanes, 1));
+        tapMasks(keep, maskOf(_mm256_cmpgt_epi32(y, _mm256_setzero_si256())),
+                 maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(v.h - 1), y)),
+                 maskOf(_mm256_cmpgt_epi32(x, _mm256_setzero_si256())),
+                 maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(v.w - 1), x)));
+    }
+    const Px out = filter9<Masked>(n, keep, k);
+    previous = out;
+    _mm256_storeu_ps(v.cell(0, s, 1), out.c0);
+    _mm256_storeu_ps(v.cell(1, s, 1), out.c1);
+    _mm256_storeu_ps(v.cell(2, s, 1), out.c2);
+
+    // Into the image: 4 bytes per pixel, the fourth being the next pixel's
+    // first byte as it stands (old, from the copy); the row's last pixel
+    // gets its 3 bytes alone.
+    const __m256i next = _mm256_slli_epi32(_mm256_cvttps_epi32(n[5].c0), 24);
+    alignas(32) uint32_t words[8];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(words), _mm256_or_si256(packed(out), next));
+    int32_t lanes = 0xff;
+    if constexpr (Masked) {
+        const __m256i inside = _mm256_and_si256(v.laneRows, _mm256_and_si256(_mm256_cmpgt_epi32(x, _mm256_set1_epi32(-1)),
+                                                                             _mm256_cmpgt_epi32(_mm256_set1_epi32(v.w), x)));
+        lanes = _mm256_movemask_ps(maskOf(inside));
+    }
+    for (; lanes; lanes &= lanes - 1) {
+        const int32_t j = __builtin_ctz(static_cast<uint32_t>(lanes)), at = s - 2 * j;
+        uint8_t* px = v.base + j * v.stride + 3 * static_cast<int64_t>(at);
+        if (at != v.w - 1) {
+            std::memcpy(px, &words[j], 4);
+        } else {
+            std::memcpy(px, &words[j], 2);
+            px[2] = static_cast<uint8_t>(words[j] >> 16);
+        }
+    }
+}
+
+}  // namespace
+
+OX_TARGET_AVX2 bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* byNorm) {
+    const int32_t w = p.src.width, h = p.src.height;
+    const int64_t stride = p.dst.stride;
+    // Gather offsets stay within 32 bits.
+    if (static_cast<double>(stride) * 9 + 3.0 * (w + 32) >= 2147483647.0) return false;
+    const Weights k = weightsOf(p.space, byNorm);
+    Wave v;
+    v.stride = stride;
+    v.w = w, v.h = h;
+    const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    v.gatherOffset = _mm256_sub_epi32(_mm256_mullo_epi32(lanes, _mm256_set1_epi32(static_cast<int32_t>(stride - 6))),
+                                      _mm256_set1_epi32(1));
+    v.twoLanes = _mm256_add_epi32(lanes, lanes);
+    for (int32_t y0 = 0; y0 < h; y0 += 8) {
+        v.y0 = y0;
+        v.base = p.dst.row(y0);
+        v.rows = std::min(8, h - y0);
+        v.laneRows = _mm256_cmpgt_epi32(_mm256_set1_epi32(v.rows), lanes);
+        for (int32_t s = -3; s < 3; ++s) fillRow(v, s);
+        Px previous{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
+        // Steps whose lanes all lie inside the image and its border skip the
+        // masks: x = s - 2j within 1..w - 2 for j = 0..7, rows 1..h - 2.
+        const bool inner = y0 > 0 && y0 + 8 < h;
+        const int32_t steps = w + 2 * (v.rows - 1);
+        for (int32_t s = 0; s < steps; ++s) {
+            if (inner && s >= 15 && s <= w - 2) waveStep<false>(v, s, previous, k);
+            else waveStep<true>(v, s, previous, k);
+        }
+    }
+    return true;
+}
+
+}  // namespace ox::detail::bilateral
+
+#endif  // OX_HAVE_AVX2_PATH

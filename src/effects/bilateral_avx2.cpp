@@ -76,12 +76,16 @@ OX_AVX2_INLINE void tap(Sums& s, const Px& v, const Px& c, __m256 space, __m256 
     accumulate(s, w, v);
 }
 
-// clampToByte(Sk * (1 / W)) as a float. The maximum against 0 comes first
-// and takes its second operand for a NaN, which the plain loop turns into 0
-// as well.
+// Sk * (1 / W) clamped to 0..255, to be truncated. The maximum against 0
+// comes first and takes its second operand for a NaN, which the plain loop
+// turns into 0 as well.
+OX_AVX2_INLINE __m256 clampedOf(__m256 S, __m256 inv) {
+    return _mm256_min_ps(_mm256_max_ps(_mm256_mul_ps(S, inv), _mm256_setzero_ps()), _mm256_set1_ps(255.0f));
+}
+
+// clampToByte(Sk * (1 / W)) as a float.
 OX_AVX2_INLINE __m256 outputOf(__m256 S, __m256 inv) {
-    const __m256 clamped = _mm256_min_ps(_mm256_max_ps(_mm256_mul_ps(S, inv), _mm256_setzero_ps()), _mm256_set1_ps(255.0f));
-    return _mm256_round_ps(clamped, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+    return _mm256_round_ps(clampedOf(S, inv), _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
 }
 
 // The eight outputs of the neighbourhoods v[0..8] (v[4] the centres).
@@ -96,7 +100,7 @@ template <bool Masked> OX_AVX2_INLINE Px filter9(const Px (&v)[9], const __m256 
     return {outputOf(s.S0, inv), outputOf(s.S1, inv), outputOf(s.S2, inv)};
 }
 
-// Output bytes 0-2 of each lane.
+// Output bytes 0-2 of each lane, truncated.
 OX_AVX2_INLINE __m256i packed(const Px& o) {
     return _mm256_or_si256(_mm256_cvttps_epi32(o.c0), _mm256_or_si256(_mm256_slli_epi32(_mm256_cvttps_epi32(o.c1), 8),
                                                                        _mm256_slli_epi32(_mm256_cvttps_epi32(o.c2), 16)));
@@ -159,10 +163,6 @@ OX_AVX2_INLINE void convertRow(const PlaneRow& r, const uint8_t* src, int32_t w)
     }
 }
 
-OX_AVX2_INLINE Px loadPx(const PlaneRow& r, int64_t cell) {
-    return {_mm256_loadu_ps(r.c[0] + cell), _mm256_loadu_ps(r.c[1] + cell), _mm256_loadu_ps(r.c[2] + cell)};
-}
-
 // The range weight of each lane's pair of pixels: it depends on the
 // squared distance only, so a pair weighs the same from either end.
 OX_AVX2_INLINE __m256 rangeOf(const Px& p, const Px& q, const float* byNorm) {
@@ -171,21 +171,28 @@ OX_AVX2_INLINE __m256 rangeOf(const Px& p, const Px& q, const float* byNorm) {
     return _mm256_i32gather_ps(byNorm, _mm256_cvttps_epi32(norm), 4);
 }
 
-// Range weights of the pairs of row y, cell x + 1 holding those of pixel x:
-// with its right neighbour (h), the one below (v), below and right (d), and
-// of its right neighbour with the one below it (a). Each pair serves both
-// of its pixels, so an output pixel's eight neighbours cost four lookups.
-struct PairRow {
-    float *h, *v, *d, *a;
+// The separate pass keeps its rows in one block, each row `cells` floats
+// with pixel x in cell x + 1 and zero cells outside the image: a plane row
+// is three such rows (channels 0, 1, 2), a pair row four: the range
+// weights of pixel x's pairs with its right neighbour, the one below, below
+// and right, and of its right neighbour with the one below it. Each pair
+// serves both of its pixels, so an output pixel's eight neighbours cost
+// four lookups. `at[i]` is the cell offset of x within row i of a group.
+struct Cells {
+    int64_t at[4];
 };
 
-OX_AVX2_INLINE void pairGroup(const PlaneRow& row, const PlaneRow& below, const PairRow& out, int64_t x,
-                              const float* byNorm) {
-    const Px p = loadPx(row, x + 1), right = loadPx(row, x + 2), down = loadPx(below, x + 1);
-    _mm256_storeu_ps(out.h + x + 1, rangeOf(p, right, byNorm));
-    _mm256_storeu_ps(out.v + x + 1, rangeOf(p, down, byNorm));
-    _mm256_storeu_ps(out.d + x + 1, rangeOf(p, loadPx(below, x + 2), byNorm));
-    _mm256_storeu_ps(out.a + x + 1, rangeOf(right, down, byNorm));
+OX_AVX2_INLINE Px loadPx(const float* plane, const Cells& c, int32_t dx) {
+    return {_mm256_loadu_ps(plane + c.at[0] + dx), _mm256_loadu_ps(plane + c.at[1] + dx),
+            _mm256_loadu_ps(plane + c.at[2] + dx)};
+}
+
+OX_AVX2_INLINE void pairGroup(const float* row, const float* below, float* pairs, const Cells& c, const float* byNorm) {
+    const Px p = loadPx(row, c, 1), right = loadPx(row, c, 2), down = loadPx(below, c, 1);
+    _mm256_storeu_ps(pairs + c.at[0] + 1, rangeOf(p, right, byNorm));
+    _mm256_storeu_ps(pairs + c.at[1] + 1, rangeOf(p, down, byNorm));
+    _mm256_storeu_ps(pairs + c.at[2] + 1, rangeOf(p, loadPx(below, c, 2), byNorm));
+    _mm256_storeu_ps(pairs + c.at[3] + 1, rangeOf(right, down, byNorm));
 }
 
 // W += w and the three sums for neighbour v with range weight g.
@@ -196,20 +203,22 @@ template <bool Masked> OX_AVX2_INLINE void weighed(Sums& s, const Px& v, __m256 
 }
 
 template <bool Masked>
-OX_AVX2_INLINE void separateGroup(const PlaneRow (&rows)[3], const PairRow& above, const PairRow& here, uint8_t* out,
-                                  int64_t x, const __m256 (&keep)[9], const Weights& k) {
+OX_AVX2_INLINE void separateGroup(const float* up, const float* mid, const float* down, const float* above,
+                                  const float* here, uint8_t* out, int32_t x, const Cells& c,
+                                  const __m256 (&keep)[9], const Weights& k) {
+    enum { H, V, D, A };
     Sums s{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
-    weighed<Masked>(s, loadPx(rows[0], x), _mm256_loadu_ps(above.d + x), k.space[0], keep[0]);
-    weighed<Masked>(s, loadPx(rows[0], x + 1), _mm256_loadu_ps(above.v + x + 1), k.space[1], keep[1]);
-    weighed<Masked>(s, loadPx(rows[0], x + 2), _mm256_loadu_ps(above.a + x + 1), k.space[2], keep[2]);
-    weighed<Masked>(s, loadPx(rows[1], x), _mm256_loadu_ps(here.h + x), k.space[3], keep[3]);
-    accumulate(s, k.centre, loadPx(rows[1], x + 1));
-    weighed<Masked>(s, loadPx(rows[1], x + 2), _mm256_loadu_ps(here.h + x + 1), k.space[5], keep[5]);
-    weighed<Masked>(s, loadPx(rows[2], x), _mm256_loadu_ps(here.a + x), k.space[6], keep[6]);
-    weighed<Masked>(s, loadPx(rows[2], x + 1), _mm256_loadu_ps(here.v + x + 1), k.space[7], keep[7]);
-    weighed<Masked>(s, loadPx(rows[2], x + 2), _mm256_loadu_ps(here.d + x + 1), k.space[8], keep[8]);
+    weighed<Masked>(s, loadPx(up, c, 0), _mm256_loadu_ps(above + c.at[D]), k.space[0], keep[0]);
+    weighed<Masked>(s, loadPx(up, c, 1), _mm256_loadu_ps(above + c.at[V] + 1), k.space[1], keep[1]);
+    weighed<Masked>(s, loadPx(up, c, 2), _mm256_loadu_ps(above + c.at[A] + 1), k.space[2], keep[2]);
+    weighed<Masked>(s, loadPx(mid, c, 0), _mm256_loadu_ps(here + c.at[H]), k.space[3], keep[3]);
+    accumulate(s, k.centre, loadPx(mid, c, 1));
+    weighed<Masked>(s, loadPx(mid, c, 2), _mm256_loadu_ps(here + c.at[H] + 1), k.space[5], keep[5]);
+    weighed<Masked>(s, loadPx(down, c, 0), _mm256_loadu_ps(here + c.at[A]), k.space[6], keep[6]);
+    weighed<Masked>(s, loadPx(down, c, 1), _mm256_loadu_ps(here + c.at[V] + 1), k.space[7], keep[7]);
+    weighed<Masked>(s, loadPx(down, c, 2), _mm256_loadu_ps(here + c.at[D] + 1), k.space[8], keep[8]);
     const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), s.W);
-    store8(out + 3 * x, packed({outputOf(s.S0, inv), outputOf(s.S1, inv), outputOf(s.S2, inv)}));
+    store8(out + 3 * static_cast<int64_t>(x), packed({clampedOf(s.S0, inv), clampedOf(s.S1, inv), clampedOf(s.S2, inv)}));
 }
 
 }  // namespace
@@ -220,34 +229,26 @@ OX_TARGET_AVX2 bool colourRadius1SeparateAvx2(const ColourPass& p, const float* 
         filterColourRadius1(p, NormRange{byNorm});
         return true;
     }
-    // Rows of w + 2 cells: four plane rows of three channels (y - 1, y and
-    // y + 1 by y mod 3, and one of zeros for the rows outside the image),
-    // then two rows of four pair weights (row y - 1 and row y). The cells
-    // outside the image stay 0: their neighbours are masked, but they are
-    // read.
+    // Four plane rows (y - 1, y and y + 1 by y mod 3, and one of zeros for
+    // the rows outside the image) and two pair rows (rows y - 1 and y).
     const int64_t cells = static_cast<int64_t>(w) + 2;
     const Count bytes = checkedProduct({4 * 3 + 2 * 4, cells, static_cast<int64_t>(sizeof(float))});
     Buffer memory = bytes ? allocateZeroed(static_cast<size_t>(*bytes)) : nullptr;
     if (!memory) return false;
-    float* next = reinterpret_cast<float*>(memory.get());
-    auto take = [&] { return std::exchange(next, next + cells); };
-    PlaneRow ring[4];
-    for (PlaneRow& r : ring) r = {{take(), take(), take()}};
-    PairRow pairs[2];
-    for (PairRow& r : pairs) r = {take(), take(), take(), take()};
-    auto slot = [&](int32_t y) -> const PlaneRow& { return y < 0 || y >= h ? ring[3] : ring[y % 3]; };
+    float* block = reinterpret_cast<float*>(memory.get());
+    auto plane = [&](int32_t y) { return block + 3 * cells * (y < 0 || y >= h ? 3 : y % 3); };
+    auto pairs = [&](int32_t y) { return block + 12 * cells + 4 * cells * (y & 1); };
 
     const Weights k = weightsOf(p.space, byNorm);
     const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
     const __m256 all = maskOf(_mm256_set1_epi32(-1));
     __m256 none[9];
     tapMasks(none, all, all, all, all);
-    convertRow(ring[0], p.src.row(0), w);
+    convertRow({{plane(0), plane(0) + cells, plane(0) + 2 * cells}}, p.src.row(0), w);
     for (int32_t y = 0; y < h; ++y) {
-        if (y + 1 < h) convertRow(ring[(y + 1) % 3], p.src.row(y + 1), w);
-        const PlaneRow rows[3] = {slot(y - 1), slot(y), slot(y + 1)};
-        const PairRow& above = pairs[(y + 1) % 2];
-        const PairRow& here = pairs[y % 2];
+        if (y + 1 < h) convertRow({{plane(y + 1), plane(y + 1) + cells, plane(y + 1) + 2 * cells}}, p.src.row(y + 1), w);
+        const float *up = plane(y - 1), *mid = plane(y), *down = plane(y + 1), *above = pairs(y - 1);
+        float* here = pairs(y);
         uint8_t* out = p.dst.row(y);
         const __m256 top = y > 0 ? all : _mm256_setzero_ps(), bottom = y < h - 1 ? all : _mm256_setzero_ps();
         // Groups of eight from x = 0; the last ends at w - 1 and may overlap
@@ -255,15 +256,16 @@ OX_TARGET_AVX2 bool colourRadius1SeparateAvx2(const ColourPass& p, const float* 
         // group's pairs come first: it reads them and the previous group's.
         for (int32_t x = 0;; x += 8) {
             x = std::min(x, w - 8);
-            pairGroup(rows[1], rows[2], here, x, byNorm);
+            const Cells c{{x, x + cells, x + 2 * cells, x + 3 * cells}};
+            pairGroup(mid, down, here, c, byNorm);
             if (x == 0 || x == w - 8 || y == 0 || y == h - 1) {
                 const __m256i at = _mm256_add_epi32(_mm256_set1_epi32(x), lanes);
                 __m256 keep[9];
                 tapMasks(keep, top, bottom, maskOf(_mm256_cmpgt_epi32(at, _mm256_setzero_si256())),
                          maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(w - 1), at)));
-                separateGroup<true>(rows, above, here, out, x, keep, k);
+                separateGroup<true>(up, mid, down, above, here, out, x, c, keep, k);
             } else {
-                separateGroup<false>(rows, above, here, out, x, none, k);
+                separateGroup<false>(up, mid, down, above, here, out, x, c, none, k);
             }
             if (x == w - 8) break;
         }
@@ -292,6 +294,8 @@ namespace {
 constexpr int32_t kRing = 8;   // copy rows s - 3 .. s + 3 in use
 constexpr int32_t kCells = 16;  // cells 0..9 used
 
+constexpr int32_t kEdge = 24;  // zero cells before and after a row of planes
+
 struct Wave {
     uint8_t* base;  // row y0
     int64_t stride;
@@ -299,7 +303,10 @@ struct Wave {
     __m256i gatherOffset;    // j * (stride - 6) - 1
     __m256i twoLanes;        // 2j
     __m256i laneRows;        // j < rows
-    alignas(32) float copy[3][kRing][kCells];
+    int64_t laneBytes[8];    // j * (stride - 6): lane j's pixel at step s is 3s beyond it
+    // The rows above and below the band as planes, pixel x in cell x + kEdge.
+    PlaneRow above, below;
+    alignas(64) float copy[3][kRing][kCells];
 
     float* cell(int32_t c, int32_t s, int32_t k) noexcept { return &copy[c][s & (kRing - 1)][k]; }
 };
@@ -310,6 +317,19 @@ OX_AVX2_INLINE void fillCell(Wave& v, int32_t s, int32_t k) {
     const bool inside = x >= 0 && x < v.w && y >= 0 && y < v.h;
     const uint8_t* px = inside ? v.base + (k - 1) * v.stride + 3 * static_cast<int64_t>(x) : nullptr;
     for (int32_t c = 0; c < 3; ++c) *v.cell(c, s, k) = inside ? static_cast<float>(px[c]) : 0.0f;
+}
+
+// A row of pixels (null: outside the image, zeros) into planes with kEdge
+// zero cells on either side.
+OX_AVX2_INLINE void planeRow(const PlaneRow& r, const uint8_t* src, int32_t w) {
+    if (!src) {
+        for (int32_t c = 0; c < 3; ++c) std::memset(r.c[c] + kEdge, 0, static_cast<size_t>(w) * sizeof(float));
+    } else if (w >= 8) {
+        convertRow({{r.c[0] + kEdge - 1, r.c[1] + kEdge - 1, r.c[2] + kEdge - 1}}, src, w);
+    } else {
+        for (int32_t x = 0; x < w; ++x)
+            for (int32_t c = 0; c < 3; ++c) r.c[c][kEdge + x] = static_cast<float>(src[3 * x + c]);
+    }
 }
 
 // Copy row s. The band's lanes are gathered as the 4 bytes ending with
@@ -329,8 +349,10 @@ OX_AVX2_INLINE void fillRow(Wave& v, int32_t s) {
     _mm256_storeu_ps(v.cell(1, s, 1), px.c1);
     _mm256_storeu_ps(v.cell(2, s, 1), px.c2);
     if (origin) fillCell(v, s, 1);
-    fillCell(v, s, 0);
-    fillCell(v, s, 9);
+    for (int32_t c = 0; c < 3; ++c) {
+        *v.cell(c, s, 0) = v.above.c[c][s + 2 + kEdge];
+        *v.cell(c, s, 9) = v.below.c[c][s - 16 + kEdge];
+    }
 }
 
 OX_AVX2_INLINE Px loadCells(Wave& v, int32_t s, int32_t k) {
@@ -346,18 +368,6 @@ OX_AVX2_INLINE __m256 shiftedIn(__m256 previous, float above) {
 
 template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k) {
     fillRow(v, s + 3);
-    Px n[9];
-    n[0] = loadCells(v, s - 3, 0);
-    n[1] = loadCells(v, s - 2, 0);
-    n[2] = {shiftedIn(previous.c0, *v.cell(0, s - 1, 0)), shiftedIn(previous.c1, *v.cell(1, s - 1, 0)),
-            shiftedIn(previous.c2, *v.cell(2, s - 1, 0))};
-    n[3] = previous;
-    n[4] = loadCells(v, s, 1);
-    n[5] = loadCells(v, s + 1, 1);
-    n[6] = loadCells(v, s + 1, 2);
-    n[7] = loadCells(v, s + 2, 2);
-    n[8] = loadCells(v, s + 3, 2);
-
     const __m256i x = _mm256_sub_epi32(_mm256_set1_epi32(s), v.twoLanes);
     __m256 keep[9];
     if constexpr (Masked) {
@@ -367,7 +377,22 @@ template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& prev
                  maskOf(_mm256_cmpgt_epi32(x, _mm256_setzero_si256())),
                  maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(v.w - 1), x)));
     }
-    const Px out = filter9<Masked>(n, keep, k);
+    // The nine neighbours in visiting order, each loaded where it is used.
+    const Px c = loadCells(v, s, 1);
+    const Px upRight{shiftedIn(previous.c0, *v.cell(0, s - 1, 0)), shiftedIn(previous.c1, *v.cell(1, s - 1, 0)),
+                     shiftedIn(previous.c2, *v.cell(2, s - 1, 0))};
+    Sums sums{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
+    tap<Masked>(sums, loadCells(v, s - 3, 0), c, k.space[0], keep[0], k.byNorm);
+    tap<Masked>(sums, loadCells(v, s - 2, 0), c, k.space[1], keep[1], k.byNorm);
+    tap<Masked>(sums, upRight, c, k.space[2], keep[2], k.byNorm);
+    tap<Masked>(sums, previous, c, k.space[3], keep[3], k.byNorm);
+    accumulate(sums, k.centre, c);
+    tap<Masked>(sums, loadCells(v, s + 1, 1), c, k.space[5], keep[5], k.byNorm);
+    tap<Masked>(sums, loadCells(v, s + 1, 2), c, k.space[6], keep[6], k.byNorm);
+    tap<Masked>(sums, loadCells(v, s + 2, 2), c, k.space[7], keep[7], k.byNorm);
+    tap<Masked>(sums, loadCells(v, s + 3, 2), c, k.space[8], keep[8], k.byNorm);
+    const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), sums.W);
+    const Px out{outputOf(sums.S0, inv), outputOf(sums.S1, inv), outputOf(sums.S2, inv)};
     previous = out;
     _mm256_storeu_ps(v.cell(0, s, 1), out.c0);
     _mm256_storeu_ps(v.cell(1, s, 1), out.c1);
@@ -376,19 +401,21 @@ template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& prev
     // Into the image: 4 bytes per pixel, the fourth being the next pixel's
     // first byte as it stands (old, from the copy); the row's last pixel
     // gets its 3 bytes alone.
-    const __m256i next = _mm256_slli_epi32(_mm256_cvttps_epi32(n[5].c0), 24);
+    const __m256i next = _mm256_slli_epi32(_mm256_cvttps_epi32(_mm256_loadu_ps(v.cell(0, s + 1, 1))), 24);
     alignas(32) uint32_t words[8];
     _mm256_store_si256(reinterpret_cast<__m256i*>(words), _mm256_or_si256(packed(out), next));
-    int32_t lanes = 0xff;
-    if constexpr (Masked) {
-        const __m256i inside = _mm256_and_si256(v.laneRows, _mm256_and_si256(_mm256_cmpgt_epi32(x, _mm256_set1_epi32(-1)),
-                                                                             _mm256_cmpgt_epi32(_mm256_set1_epi32(v.w), x)));
-        lanes = _mm256_movemask_ps(maskOf(inside));
+    uint8_t* at = v.base + 3 * static_cast<int64_t>(s);
+    if constexpr (!Masked) {
+#pragma GCC unroll 8
+        for (int32_t j = 0; j < 8; ++j) std::memcpy(at + v.laneBytes[j], &words[j], 4);
+        return;
     }
-    for (; lanes; lanes &= lanes - 1) {
-        const int32_t j = __builtin_ctz(static_cast<uint32_t>(lanes)), at = s - 2 * j;
-        uint8_t* px = v.base + j * v.stride + 3 * static_cast<int64_t>(at);
-        if (at != v.w - 1) {
+    const __m256i inside = _mm256_and_si256(v.laneRows, _mm256_and_si256(_mm256_cmpgt_epi32(x, _mm256_set1_epi32(-1)),
+                                                                         _mm256_cmpgt_epi32(_mm256_set1_epi32(v.w), x)));
+    for (int32_t lanes = _mm256_movemask_ps(maskOf(inside)); lanes; lanes &= lanes - 1) {
+        const int32_t j = __builtin_ctz(static_cast<uint32_t>(lanes));
+        uint8_t* px = at + v.laneBytes[j];
+        if (s - 2 * j != v.w - 1) {
             std::memcpy(px, &words[j], 4);
         } else {
             std::memcpy(px, &words[j], 2);
@@ -412,10 +439,23 @@ OX_TARGET_AVX2 bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* b
     v.gatherOffset = _mm256_sub_epi32(_mm256_mullo_epi32(lanes, _mm256_set1_epi32(static_cast<int32_t>(stride - 6))),
                                       _mm256_set1_epi32(1));
     v.twoLanes = _mm256_add_epi32(lanes, lanes);
+    for (int32_t j = 0; j < 8; ++j) v.laneBytes[j] = j * (stride - 6);
+    // Two plane rows of w + 2 kEdge cells, zero outside the image.
+    const int64_t cells = static_cast<int64_t>(w) + 2 * kEdge;
+    const Count bytes = checkedProduct({2 * 3, cells, static_cast<int64_t>(sizeof(float))});
+    Buffer memory = bytes ? allocateZeroed(static_cast<size_t>(*bytes)) : nullptr;
+    if (!memory) return false;
+    auto* planes = reinterpret_cast<float*>(memory.get());
+    for (int32_t c = 0; c < 3; ++c) {
+        v.above.c[c] = planes + c * cells;
+        v.below.c[c] = planes + (3 + c) * cells;
+    }
     for (int32_t y0 = 0; y0 < h; y0 += 8) {
         v.y0 = y0;
         v.base = p.dst.row(y0);
         v.rows = std::min(8, h - y0);
+        planeRow(v.above, y0 > 0 ? p.dst.row(y0 - 1) : nullptr, w);
+        planeRow(v.below, y0 + 8 < h ? p.dst.row(y0 + 8) : nullptr, w);
         v.laneRows = _mm256_cmpgt_epi32(_mm256_set1_epi32(v.rows), lanes);
         for (int32_t s = -3; s < 3; ++s) fillRow(v, s);
         Px previous{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};

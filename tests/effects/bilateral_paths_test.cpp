@@ -89,25 +89,25 @@ using Params = std::unique_ptr<oxBilateralParams, ParamsDeleter>;
 
 // The exported filter reads the compact table of its record's sigma; a
 // record whose table was assembled by hand (zeroed, never rebuilt) keeps
-// being read itself.
+// being read itself. Two records of different sigmas used in turn on one
+// thread each get their own weights.
 TEST(BilateralColourPaths, ExportedFilterMatchesItsRecord) {
-    for (bool handMade : {false, true}) {
-        Params p(oxBilateralParamsDefault());
-        p->spaceSigma = 7.0, p->rangeSigma = handMade ? 0.0 : 0.28;
-        if (handMade) {  // cached sigmas 0 as made: the zero table is kept
-            std::free(p->tables2D);
-            p->tables2D = oxBilateralParamsInnerCreate();
-        }
+    Params sharp(oxBilateralParamsDefault()), flat(oxBilateralParamsDefault()), handMade(oxBilateralParamsDefault());
+    sharp->spaceSigma = flat->spaceSigma = handMade->spaceSigma = 7.0;
+    sharp->rangeSigma = 0.28, flat->rangeSigma = 3.0, handMade->rangeSigma = 0.0;
+    std::free(handMade->tables2D);  // cached sigmas 0 as made: the zero table is kept
+    handMade->tables2D = oxBilateralParamsInnerCreate();
+    struct Case { const char* name; oxBilateralParams* p; } cases[] = {
+        {"sharp", sharp.get()}, {"flat", flat.get()}, {"sharp again", sharp.get()}, {"hand-made", handMade.get()}};
+    for (const Case& c : cases)
         for (int32_t w : {1, 9, 33, 1031}) {
-            const std::string what = std::string(handMade ? "hand-made " : "") + std::to_string(w);
-            expectSameOnEveryPath(what, [&] {
+            expectSameOnEveryPath(std::string(c.name) + " " + std::to_string(w), [&] {
                 Image src = noise(w, 5, OX_BGR, OX_8U, uint32_t(w)), dst = make(w, 5, OX_BGR);
-                EXPECT_EQ(oxBilateralFilter(p.get(), src.get(), dst.get()), 0);
-                EXPECT_EQ(oxBilateralFilter(p.get(), dst.get(), dst.get()), 0);
+                EXPECT_EQ(oxBilateralFilter(c.p, src.get(), dst.get()), 0);
+                EXPECT_EQ(oxBilateralFilter(c.p, dst.get(), dst.get()), 0);
                 return bytesOf(dst.get());
             });
         }
-    }
 }
 
 }  // namespace

@@ -187,14 +187,6 @@ OX_AVX2_INLINE Px loadPx(const float* plane, const Cells& c, int32_t dx) {
             _mm256_loadu_ps(plane + c.at[2] + dx)};
 }
 
-OX_AVX2_INLINE void pairGroup(const float* row, const float* below, float* pairs, const Cells& c, const float* byNorm) {
-    const Px p = loadPx(row, c, 1), right = loadPx(row, c, 2), down = loadPx(below, c, 1);
-    _mm256_storeu_ps(pairs + c.at[0] + 1, rangeOf(p, right, byNorm));
-    _mm256_storeu_ps(pairs + c.at[1] + 1, rangeOf(p, down, byNorm));
-    _mm256_storeu_ps(pairs + c.at[2] + 1, rangeOf(p, loadPx(below, c, 2), byNorm));
-    _mm256_storeu_ps(pairs + c.at[3] + 1, rangeOf(right, down, byNorm));
-}
-
 // W += w and the three sums for neighbour v with range weight g.
 template <bool Masked> OX_AVX2_INLINE void weighed(Sums& s, const Px& v, __m256 g, __m256 space, __m256 keep) {
     __m256 w = _mm256_mul_ps(space, g);
@@ -202,21 +194,34 @@ template <bool Masked> OX_AVX2_INLINE void weighed(Sums& s, const Px& v, __m256 
     accumulate(s, w, v);
 }
 
+// Pixels x..x + 7 of row y: first the pairs they start (read again by the
+// next group and the next row), then the outputs. The pixels and pairs
+// this group has just made are used as they are; those of the group before
+// and the row above are read back.
 template <bool Masked>
 OX_AVX2_INLINE void separateGroup(const float* up, const float* mid, const float* down, const float* above,
-                                  const float* here, uint8_t* out, int32_t x, const Cells& c,
-                                  const __m256 (&keep)[9], const Weights& k) {
+                                  float* here, uint8_t* out, int32_t x, const Cells& c, const __m256 (&keep)[9],
+                                  const Weights& k) {
     enum { H, V, D, A };
+    const Px centre = loadPx(mid, c, 1), right = loadPx(mid, c, 2), below = loadPx(down, c, 1),
+             belowRight = loadPx(down, c, 2);
+    const __m256 h = rangeOf(centre, right, k.byNorm), v = rangeOf(centre, below, k.byNorm),
+                 d = rangeOf(centre, belowRight, k.byNorm), a = rangeOf(right, below, k.byNorm);
+    _mm256_storeu_ps(here + c.at[H] + 1, h);
+    _mm256_storeu_ps(here + c.at[V] + 1, v);
+    _mm256_storeu_ps(here + c.at[D] + 1, d);
+    _mm256_storeu_ps(here + c.at[A] + 1, a);
+
     Sums s{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
     weighed<Masked>(s, loadPx(up, c, 0), _mm256_loadu_ps(above + c.at[D]), k.space[0], keep[0]);
     weighed<Masked>(s, loadPx(up, c, 1), _mm256_loadu_ps(above + c.at[V] + 1), k.space[1], keep[1]);
     weighed<Masked>(s, loadPx(up, c, 2), _mm256_loadu_ps(above + c.at[A] + 1), k.space[2], keep[2]);
     weighed<Masked>(s, loadPx(mid, c, 0), _mm256_loadu_ps(here + c.at[H]), k.space[3], keep[3]);
-    accumulate(s, k.centre, loadPx(mid, c, 1));
-    weighed<Masked>(s, loadPx(mid, c, 2), _mm256_loadu_ps(here + c.at[H] + 1), k.space[5], keep[5]);
+    accumulate(s, k.centre, centre);
+    weighed<Masked>(s, right, h, k.space[5], keep[5]);
     weighed<Masked>(s, loadPx(down, c, 0), _mm256_loadu_ps(here + c.at[A]), k.space[6], keep[6]);
-    weighed<Masked>(s, loadPx(down, c, 1), _mm256_loadu_ps(here + c.at[V] + 1), k.space[7], keep[7]);
-    weighed<Masked>(s, loadPx(down, c, 2), _mm256_loadu_ps(here + c.at[D] + 1), k.space[8], keep[8]);
+    weighed<Masked>(s, below, v, k.space[7], keep[7]);
+    weighed<Masked>(s, belowRight, d, k.space[8], keep[8]);
     const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), s.W);
     store8(out + 3 * static_cast<int64_t>(x), packed({clampedOf(s.S0, inv), clampedOf(s.S1, inv), clampedOf(s.S2, inv)}));
 }
@@ -252,12 +257,10 @@ OX_TARGET_AVX2 bool colourRadius1SeparateAvx2(const ColourPass& p, const float* 
         uint8_t* out = p.dst.row(y);
         const __m256 top = y > 0 ? all : _mm256_setzero_ps(), bottom = y < h - 1 ? all : _mm256_setzero_ps();
         // Groups of eight from x = 0; the last ends at w - 1 and may overlap
-        // the one before, which only writes the same values again. A
-        // group's pairs come first: it reads them and the previous group's.
+        // the one before, which only writes the same values again.
         for (int32_t x = 0;; x += 8) {
             x = std::min(x, w - 8);
             const Cells c{{x, x + cells, x + 2 * cells, x + 3 * cells}};
-            pairGroup(mid, down, here, c, byNorm);
             if (x == 0 || x == w - 8 || y == 0 || y == h - 1) {
                 const __m256i at = _mm256_add_epi32(_mm256_set1_epi32(x), lanes);
                 __m256 keep[9];

@@ -65,13 +65,20 @@ OX_AVX2_INLINE void accumulate(Sums& s, __m256 w, const Px& v) {
     s.S2 = _mm256_fmadd_ps(w, v.c2, s.S2);
 }
 
-// Neighbour v of centres c; `keep` is all ones for a neighbour inside the
-// image and 0 outside (used when Masked).
-template <bool Masked>
-OX_AVX2_INLINE void tap(Sums& s, const Px& v, const Px& c, __m256 space, __m256 keep, const float* byNorm) {
-    const __m256 d0 = _mm256_sub_ps(v.c0, c.c0), d1 = _mm256_sub_ps(v.c1, c.c1), d2 = _mm256_sub_ps(v.c2, c.c2);
+// The range weight of each lane's pair of pixels p and q: the squared
+// distance indexes the compact table. It depends on the distance only, so a
+// pair weighs the same from either end.
+OX_AVX2_INLINE __m256 rangeOf(const Px& p, const Px& q, const float* byNorm) {
+    const __m256 d0 = _mm256_sub_ps(q.c0, p.c0), d1 = _mm256_sub_ps(q.c1, p.c1), d2 = _mm256_sub_ps(q.c2, p.c2);
     const __m256 norm = _mm256_fmadd_ps(d2, d2, _mm256_fmadd_ps(d1, d1, _mm256_mul_ps(d0, d0)));
-    __m256 w = _mm256_mul_ps(space, _mm256_i32gather_ps(byNorm, _mm256_cvttps_epi32(norm), 4));
+    return _mm256_i32gather_ps(byNorm, _mm256_cvttps_epi32(norm), 4);
+}
+
+// Neighbour v with range weight g: W += w and the three sums, w being the
+// spatial weight times g. `keep` is all ones for a neighbour inside the
+// image and 0 outside (used when Masked).
+template <bool Masked> OX_AVX2_INLINE void weighed(Sums& s, const Px& v, __m256 g, __m256 space, __m256 keep) {
+    __m256 w = _mm256_mul_ps(space, g);
     if constexpr (Masked) w = _mm256_and_ps(w, keep);
     accumulate(s, w, v);
 }
@@ -86,18 +93,6 @@ OX_AVX2_INLINE __m256 clampedOf(__m256 S, __m256 inv) {
 // clampToByte(Sk * (1 / W)) as a float.
 OX_AVX2_INLINE __m256 outputOf(__m256 S, __m256 inv) {
     return _mm256_round_ps(clampedOf(S, inv), _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
-}
-
-// The eight outputs of the neighbourhoods v[0..8] (v[4] the centres).
-template <bool Masked> OX_AVX2_INLINE Px filter9(const Px (&v)[9], const __m256 (&keep)[9], const Weights& k) {
-    Sums s{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
-#pragma GCC unroll 9
-    for (int32_t t = 0; t < 9; ++t) {
-        if (t == 4) accumulate(s, k.centre, v[4]);
-        else tap<Masked>(s, v[t], v[4], k.space[t], keep[t], k.byNorm);
-    }
-    const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), s.W);
-    return {outputOf(s.S0, inv), outputOf(s.S1, inv), outputOf(s.S2, inv)};
 }
 
 // Output bytes 0-2 of each lane, truncated.
@@ -163,14 +158,6 @@ OX_AVX2_INLINE void convertRow(const PlaneRow& r, const uint8_t* src, int32_t w)
     }
 }
 
-// The range weight of each lane's pair of pixels: it depends on the
-// squared distance only, so a pair weighs the same from either end.
-OX_AVX2_INLINE __m256 rangeOf(const Px& p, const Px& q, const float* byNorm) {
-    const __m256 d0 = _mm256_sub_ps(q.c0, p.c0), d1 = _mm256_sub_ps(q.c1, p.c1), d2 = _mm256_sub_ps(q.c2, p.c2);
-    const __m256 norm = _mm256_fmadd_ps(d2, d2, _mm256_fmadd_ps(d1, d1, _mm256_mul_ps(d0, d0)));
-    return _mm256_i32gather_ps(byNorm, _mm256_cvttps_epi32(norm), 4);
-}
-
 // The separate pass keeps its rows in one block, each row `cells` floats
 // with pixel x in cell x + 1 and zero cells outside the image: a plane row
 // is three such rows (channels 0, 1, 2), a pair row four: the range
@@ -185,13 +172,6 @@ struct Cells {
 OX_AVX2_INLINE Px loadPx(const float* plane, const Cells& c, int32_t dx) {
     return {_mm256_loadu_ps(plane + c.at[0] + dx), _mm256_loadu_ps(plane + c.at[1] + dx),
             _mm256_loadu_ps(plane + c.at[2] + dx)};
-}
-
-// W += w and the three sums for neighbour v with range weight g.
-template <bool Masked> OX_AVX2_INLINE void weighed(Sums& s, const Px& v, __m256 g, __m256 space, __m256 keep) {
-    __m256 w = _mm256_mul_ps(space, g);
-    if constexpr (Masked) w = _mm256_and_ps(w, keep);
-    accumulate(s, w, v);
 }
 
 // Pixels x..x + 7 of row y: first the pairs they start (read again by the
@@ -369,6 +349,11 @@ OX_AVX2_INLINE __m256 shiftedIn(__m256 previous, float above) {
     return _mm256_blend_ps(moved, _mm256_set1_ps(above), 1);
 }
 
+template <bool Masked>
+OX_AVX2_INLINE void neighbour(Sums& s, const Px& v, const Px& c, __m256 space, __m256 keep, const float* byNorm) {
+    weighed<Masked>(s, v, rangeOf(c, v, byNorm), space, keep);
+}
+
 template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k) {
     fillRow(v, s + 3);
     const __m256i x = _mm256_sub_epi32(_mm256_set1_epi32(s), v.twoLanes);
@@ -385,15 +370,15 @@ template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& prev
     const Px upRight{shiftedIn(previous.c0, *v.cell(0, s - 1, 0)), shiftedIn(previous.c1, *v.cell(1, s - 1, 0)),
                      shiftedIn(previous.c2, *v.cell(2, s - 1, 0))};
     Sums sums{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
-    tap<Masked>(sums, loadCells(v, s - 3, 0), c, k.space[0], keep[0], k.byNorm);
-    tap<Masked>(sums, loadCells(v, s - 2, 0), c, k.space[1], keep[1], k.byNorm);
-    tap<Masked>(sums, upRight, c, k.space[2], keep[2], k.byNorm);
-    tap<Masked>(sums, previous, c, k.space[3], keep[3], k.byNorm);
+    neighbour<Masked>(sums, loadCells(v, s - 3, 0), c, k.space[0], keep[0], k.byNorm);
+    neighbour<Masked>(sums, loadCells(v, s - 2, 0), c, k.space[1], keep[1], k.byNorm);
+    neighbour<Masked>(sums, upRight, c, k.space[2], keep[2], k.byNorm);
+    neighbour<Masked>(sums, previous, c, k.space[3], keep[3], k.byNorm);
     accumulate(sums, k.centre, c);
-    tap<Masked>(sums, loadCells(v, s + 1, 1), c, k.space[5], keep[5], k.byNorm);
-    tap<Masked>(sums, loadCells(v, s + 1, 2), c, k.space[6], keep[6], k.byNorm);
-    tap<Masked>(sums, loadCells(v, s + 2, 2), c, k.space[7], keep[7], k.byNorm);
-    tap<Masked>(sums, loadCells(v, s + 3, 2), c, k.space[8], keep[8], k.byNorm);
+    neighbour<Masked>(sums, loadCells(v, s + 1, 1), c, k.space[5], keep[5], k.byNorm);
+    neighbour<Masked>(sums, loadCells(v, s + 1, 2), c, k.space[6], keep[6], k.byNorm);
+    neighbour<Masked>(sums, loadCells(v, s + 2, 2), c, k.space[7], keep[7], k.byNorm);
+    neighbour<Masked>(sums, loadCells(v, s + 3, 2), c, k.space[8], keep[8], k.byNorm);
     const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), sums.W);
     const Px out{outputOf(sums.S0, inv), outputOf(sums.S1, inv), outputOf(sums.S2, inv)};
     previous = out;

@@ -174,57 +174,62 @@ OX_AVX2_INLINE Px loadPx(const float* plane, const Cells& c, int32_t dx) {
             _mm256_loadu_ps(plane + c.at[2] + dx)};
 }
 
+// A pair's weight as its two pixels use it. When the spatial weights of
+// opposite offsets are equal (as every table the library builds has them),
+// the product of spatial and range weight is the same float from either
+// end and is stored once (Premultiplied); otherwise each use multiplies.
+template <bool Premultiplied> OX_AVX2_INLINE __m256 stored(__m256 space, __m256 g) {
+    if constexpr (Premultiplied) return _mm256_mul_ps(space, g);
+    else return g;
+}
+
+template <bool Masked, bool Premultiplied>
+OX_AVX2_INLINE void paired(Sums& s, const Px& v, __m256 pair, __m256 space, __m256 keep) {
+    __m256 w = Premultiplied ? pair : _mm256_mul_ps(space, pair);
+    if constexpr (Masked) w = _mm256_and_ps(w, keep);
+    accumulate(s, w, v);
+}
+
 // Pixels x..x + 7 of row y: first the pairs they start (read again by the
 // next group and the next row), then the outputs. The pixels and pairs
 // this group has just made are used as they are; those of the group before
 // and the row above are read back.
-template <bool Masked>
+template <bool Masked, bool Premultiplied>
 OX_AVX2_INLINE void separateGroup(const float* up, const float* mid, const float* down, const float* above,
                                   float* here, uint8_t* out, int32_t x, const Cells& c, const __m256 (&keep)[9],
                                   const Weights& k) {
     enum { H, V, D, A };
     const Px centre = loadPx(mid, c, 1), right = loadPx(mid, c, 2), below = loadPx(down, c, 1),
              belowRight = loadPx(down, c, 2);
-    const __m256 h = rangeOf(centre, right, k.byNorm), v = rangeOf(centre, below, k.byNorm),
-                 d = rangeOf(centre, belowRight, k.byNorm), a = rangeOf(right, below, k.byNorm);
+    const __m256 h = stored<Premultiplied>(k.space[5], rangeOf(centre, right, k.byNorm)),
+                 v = stored<Premultiplied>(k.space[7], rangeOf(centre, below, k.byNorm)),
+                 d = stored<Premultiplied>(k.space[8], rangeOf(centre, belowRight, k.byNorm)),
+                 a = stored<Premultiplied>(k.space[6], rangeOf(right, below, k.byNorm));
     _mm256_storeu_ps(here + c.at[H] + 1, h);
     _mm256_storeu_ps(here + c.at[V] + 1, v);
     _mm256_storeu_ps(here + c.at[D] + 1, d);
     _mm256_storeu_ps(here + c.at[A] + 1, a);
 
     Sums s{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
-    weighed<Masked>(s, loadPx(up, c, 0), _mm256_loadu_ps(above + c.at[D]), k.space[0], keep[0]);
-    weighed<Masked>(s, loadPx(up, c, 1), _mm256_loadu_ps(above + c.at[V] + 1), k.space[1], keep[1]);
-    weighed<Masked>(s, loadPx(up, c, 2), _mm256_loadu_ps(above + c.at[A] + 1), k.space[2], keep[2]);
-    weighed<Masked>(s, loadPx(mid, c, 0), _mm256_loadu_ps(here + c.at[H]), k.space[3], keep[3]);
+    paired<Masked, Premultiplied>(s, loadPx(up, c, 0), _mm256_loadu_ps(above + c.at[D]), k.space[0], keep[0]);
+    paired<Masked, Premultiplied>(s, loadPx(up, c, 1), _mm256_loadu_ps(above + c.at[V] + 1), k.space[1], keep[1]);
+    paired<Masked, Premultiplied>(s, loadPx(up, c, 2), _mm256_loadu_ps(above + c.at[A] + 1), k.space[2], keep[2]);
+    paired<Masked, Premultiplied>(s, loadPx(mid, c, 0), _mm256_loadu_ps(here + c.at[H]), k.space[3], keep[3]);
     accumulate(s, k.centre, centre);
-    weighed<Masked>(s, right, h, k.space[5], keep[5]);
-    weighed<Masked>(s, loadPx(down, c, 0), _mm256_loadu_ps(here + c.at[A]), k.space[6], keep[6]);
-    weighed<Masked>(s, below, v, k.space[7], keep[7]);
-    weighed<Masked>(s, belowRight, d, k.space[8], keep[8]);
+    paired<Masked, Premultiplied>(s, right, h, k.space[5], keep[5]);
+    paired<Masked, Premultiplied>(s, loadPx(down, c, 0), _mm256_loadu_ps(here + c.at[A]), k.space[6], keep[6]);
+    paired<Masked, Premultiplied>(s, below, v, k.space[7], keep[7]);
+    paired<Masked, Premultiplied>(s, belowRight, d, k.space[8], keep[8]);
     const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), s.W);
     store8(out + 3 * static_cast<int64_t>(x), packed({clampedOf(s.S0, inv), clampedOf(s.S1, inv), clampedOf(s.S2, inv)}));
 }
 
-}  // namespace
-
-OX_TARGET_AVX2 bool colourRadius1SeparateAvx2(const ColourPass& p, const float* byNorm) {
+// The rows of a separate pass.
+template <bool Premultiplied>
+OX_AVX2_INLINE void separateRows(const ColourPass& p, float* block, int64_t cells, const Weights& k) {
     const int32_t w = p.src.width, h = p.src.height;
-    if (w < 8) {  // narrower than one group
-        filterColourRadius1(p, NormRange{byNorm});
-        return true;
-    }
-    // Four plane rows (y - 1, y and y + 1 by y mod 3, and one of zeros for
-    // the rows outside the image) and two pair rows (rows y - 1 and y).
-    const int64_t cells = static_cast<int64_t>(w) + 2;
-    const Count bytes = checkedProduct({4 * 3 + 2 * 4, cells, static_cast<int64_t>(sizeof(float))});
-    Buffer memory = bytes ? allocateZeroed(static_cast<size_t>(*bytes)) : nullptr;
-    if (!memory) return false;
-    float* block = reinterpret_cast<float*>(memory.get());
     auto plane = [&](int32_t y) { return block + 3 * cells * (y < 0 || y >= h ? 3 : y % 3); };
     auto pairs = [&](int32_t y) { return block + 12 * cells + 4 * cells * (y & 1); };
-
-    const Weights k = weightsOf(p.space, byNorm);
     const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
     const __m256 all = maskOf(_mm256_set1_epi32(-1));
     __m256 none[9];
@@ -246,13 +251,36 @@ OX_TARGET_AVX2 bool colourRadius1SeparateAvx2(const ColourPass& p, const float* 
                 __m256 keep[9];
                 tapMasks(keep, top, bottom, maskOf(_mm256_cmpgt_epi32(at, _mm256_setzero_si256())),
                          maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(w - 1), at)));
-                separateGroup<true>(up, mid, down, above, here, out, x, c, keep, k);
+                separateGroup<true, Premultiplied>(up, mid, down, above, here, out, x, c, keep, k);
             } else {
-                separateGroup<false>(up, mid, down, above, here, out, x, c, none, k);
+                separateGroup<false, Premultiplied>(up, mid, down, above, here, out, x, c, none, k);
             }
             if (x == w - 8) break;
         }
     }
+}
+
+}  // namespace
+
+OX_TARGET_AVX2 bool colourRadius1SeparateAvx2(const ColourPass& p, const float* byNorm) {
+    const int32_t w = p.src.width;
+    if (w < 8) {  // narrower than one group
+        filterColourRadius1(p, NormRange{byNorm});
+        return true;
+    }
+    // Four plane rows (y - 1, y and y + 1 by y mod 3, and one of zeros for
+    // the rows outside the image) and two pair rows (rows y - 1 and y).
+    const int64_t cells = static_cast<int64_t>(w) + 2;
+    const Count bytes = checkedProduct({4 * 3 + 2 * 4, cells, static_cast<int64_t>(sizeof(float))});
+    Buffer memory = bytes ? allocateZeroed(static_cast<size_t>(*bytes)) : nullptr;
+    if (!memory) return false;
+    float* block = reinterpret_cast<float*>(memory.get());
+    const Weights k = weightsOf(p.space, byNorm);
+    auto same = [&](int32_t dy, int32_t dx) {
+        return std::memcmp(&p.space[dy * kRow + dx], &p.space[-dy * kRow - dx], sizeof(float)) == 0;
+    };
+    if (same(1, 1) && same(1, 0) && same(1, -1) && same(0, 1)) separateRows<true>(p, block, cells, k);
+    else separateRows<false>(p, block, cells, k);
     return true;
 }
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -65,11 +66,21 @@ Bytes run(const Tables& t, int32_t w, int32_t h, int32_t r, int32_t passes, Layo
     return buffer;
 }
 
+// "Lopsided" spatial weights differ between opposite offsets, as a host may
+// write them into a record: no weight may be shared between the two ends
+// of a pair.
 TEST(BilateralColourPaths, EveryPathGivesThePlainBytes) {
-    const Tables sharp(7.0f, 0.28f), flat(2.0f, 3.0f);
-    struct Case { const Tables* tables; int32_t r, passes; bool band; } cases[] = {
+    Tables sharp(7.0f, 0.28f), flat(2.0f, 3.0f);
+    struct Case { const Tables* tables; int32_t r, passes; bool band; };
+    std::vector<Case> cases = {
         {&sharp, 1, 2, false}, {&sharp, 1, 1, true}, {&flat, 1, 2, true}, {&sharp, 2, 1, true}, {&sharp, 0, 1, false},
     };
+    std::vector<std::unique_ptr<Tables>> lopsided;
+    for (auto [dy, dx] : {std::pair{1, 1}, {1, 0}, {1, -1}, {0, 1}}) {  // one offset halved
+        lopsided.push_back(std::make_unique<Tables>(3.0f, 0.28f));
+        lopsided.back()->space.weights[10 + dy][10 + dx] *= 0.5f;
+        cases.push_back({lopsided.back().get(), 1, 1, true});
+    }
     for (const Case& c : cases)
         for (Layout layout : {Layout::Separate, Layout::InPlace, Layout::Shifted, Layout::Padded})
             for (int32_t w : awkwardWidths())

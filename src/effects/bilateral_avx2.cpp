@@ -420,17 +420,17 @@ template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& prev
     const __m256i next = _mm256_slli_epi32(_mm256_cvttps_epi32(_mm256_loadu_ps(v.cell(0, s + 1, 1))), 24);
     alignas(32) uint32_t words[8];
     _mm256_store_si256(reinterpret_cast<__m256i*>(words), _mm256_or_si256(packed(out), next));
-    uint8_t* at = v.base + 3 * static_cast<int64_t>(s);
+    const int64_t at = 3 * static_cast<int64_t>(s);
     if constexpr (!Masked) {
 #pragma GCC unroll 8
-        for (int32_t j = 0; j < 8; ++j) std::memcpy(at + v.laneBytes[j], &words[j], 4);
+        for (int32_t j = 0; j < 8; ++j) std::memcpy(v.base + (at + v.laneBytes[j]), &words[j], 4);
         return;
     }
     const __m256i inside = _mm256_and_si256(v.laneRows, _mm256_and_si256(_mm256_cmpgt_epi32(x, _mm256_set1_epi32(-1)),
                                                                          _mm256_cmpgt_epi32(_mm256_set1_epi32(v.w), x)));
     for (int32_t lanes = _mm256_movemask_ps(maskOf(inside)); lanes; lanes &= lanes - 1) {
         const int32_t j = __builtin_ctz(static_cast<uint32_t>(lanes));
-        uint8_t* px = at + v.laneBytes[j];
+        uint8_t* px = v.base + (at + v.laneBytes[j]);
         if (s - 2 * j != v.w - 1) {
             std::memcpy(px, &words[j], 4);
         } else {

@@ -61,14 +61,20 @@ template <class T> Extent extentOf(const View<T>& v) {
 
 }  // namespace
 
+// Offset 0 weighs exactly 1 for every sigma: a zero sigma would otherwise
+// give 0/0, and its other offsets come out as exp(-inf) = 0, so it keeps
+// the centre alone.
 void bilateralSpaceGaussian(float sigma, float g[OX_BILATERAL_SPACE_SIZE / 2 + 1]) noexcept {
     const float d = (sigma + sigma) * sigma;
     g[0] = 1.0f;
     for (int32_t k = 1; k <= OX_BILATERAL_SPACE_SIZE / 2; ++k) g[k] = expAsFloat(-static_cast<float>(k * k) / d);
 }
 
+// A zero sigma gives -inf.
 float bilateralRangeFactor(float sigma) noexcept { return (-1.0f / ((sigma + sigma) * sigma)) / 65025.0f; }
 
+// Difference 0 weighs exactly 1 for every sigma (f * 0 would be NaN for a
+// zero sigma); the rest of a zero sigma is exp(-inf) = 0.
 float bilateralRangeWeight(float f, int32_t n) noexcept {
     return n == 0 ? 1.0f : expAsFloat(f * static_cast<float>(n));
 }

@@ -3,6 +3,8 @@
 // for processors with a fused multiply-add instruction, where std::fmaf is
 // one instruction instead of a library call. fmaf is exactly rounded either
 // way, so both builds give the same bytes; the tests hold them to that.
+// The colour worker's plain loop is the reference of its restructured and
+// AVX2 passes (bilateral_avx2.cpp), which must give its bytes.
 #pragma once
 
 #include <algorithm>

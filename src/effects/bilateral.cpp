@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 #include "core/detail/handles.hpp"
 #include "core/detail/image_view.hpp"
+#include "core/detail/isa.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "effects/detail/bilateral_kernel.hpp"
+#include "effects/detail/bilateral_ops.hpp"
 #include "ox_bilateral.h"
 
 using namespace ox::detail;
@@ -15,36 +18,22 @@ using namespace ox::detail;
 namespace {
 
 using bilateral::kHalf;
-constexpr int32_t kNorms = 3 * 255 * 255 + 1;  // distinct a^2 + b^2 + c^2
 // -1 / (2 * 65025) as the defaults write it; equal to the factor of range
 // sigma 1, which is recorded as the cached sigma.
 constexpr float kDefaultRangeFactor = -7.68935e-6f;
+static_assert((-1.0f / ((1.0f + 1.0f) * 1.0f)) / 65025.0f == kDefaultRangeFactor);
 
 // ---- Tables ---------------------------------------------------------------
 
-float expAsFloat(float x) { return static_cast<float>(std::exp(static_cast<double>(x))); }
-
-// g(k) = exp(-k^2 / ((sigma + sigma) * sigma)), the quotient in float. Offset
-// 0 weighs exactly 1 for every sigma: a zero sigma would otherwise give 0/0,
-// and its other offsets come out as exp(-inf) = 0, so it keeps the centre
-// alone.
-void spaceGaussian(float sigma, float g[kHalf + 1]) {
-    const float d = (sigma + sigma) * sigma;
-    g[0] = 1.0f;
-    for (int32_t k = 1; k <= kHalf; ++k) g[k] = expAsFloat(-static_cast<float>(k * k) / d);
-}
-
 void buildSpace(oxBilateralTables* t, float sigma) {
-    float g[kHalf + 1];
-    spaceGaussian(sigma, g);
-    for (int32_t dy = -kHalf; dy <= kHalf; ++dy)
-        for (int32_t dx = -kHalf; dx <= kHalf; ++dx)
-            t->spaceWeights[dy + kHalf][dx + kHalf] = g[std::abs(dy)] * g[std::abs(dx)];
+    BilateralSpace space;
+    buildBilateralSpace(sigma, space);
+    std::memcpy(t->spaceWeights, space.weights, sizeof t->spaceWeights);
 }
 
 void buildSpace(oxBilateralTables3D* t, float sigma) {
     float g[kHalf + 1];
-    spaceGaussian(sigma, g);
+    bilateralSpaceGaussian(sigma, g);
     for (int32_t dz = -kHalf; dz <= kHalf; ++dz)
         for (int32_t dy = -kHalf; dy <= kHalf; ++dy)
             for (int32_t dx = -kHalf; dx <= kHalf; ++dx)
@@ -58,23 +47,26 @@ template <class Tables> void updateSpace(Tables* t, float sigma) {
     buildSpace(t, sigma);
 }
 
-// f = (-1 / ((s + s) * s)) / 65025, in float. A zero sigma gives -inf.
-float rangeFactor(float s) { return (-1.0f / ((s + s) * s)) / 65025.0f; }
+// The colour worker reads its range weights from a compact table by
+// squared distance, which holds the same floats as the record's table and
+// stays in cache. Each thread keeps the one it last built, for one factor,
+// until it releases a 2-D record: records keep their layout, and a thread
+// that filters with one sigma builds it once.
+thread_local ColourRange compactRange;
 
-// Range weight of a squared difference n. Difference 0 weighs exactly 1 for
-// every sigma (f * 0 would be NaN for a zero sigma); the rest of a zero
-// sigma is exp(-inf) = 0.
-float rangeWeight(float f, int32_t n) { return n == 0 ? 1.0f : expAsFloat(f * static_cast<float>(n)); }
+// The compact table for factor f, or null when there is no memory for it.
+const float* compactFor(float f) {
+    if (compactRange && std::memcmp(&compactRange.factor, &f, sizeof f) == 0) return compactRange.byNorm();
+    return buildColourRange(f, compactRange) == Status::Ok ? compactRange.byNorm() : nullptr;
+}
 
 // The colour table's entries depend only on a^2 + b^2 + c^2, so the 195076
-// distinct exponentials are evaluated once and the 16.7 million entries
-// filled by lookup: the same values at a fraction of the time. Without the
-// scratch memory every entry is evaluated on its own.
+// distinct exponentials are evaluated once (into the thread's compact
+// table) and the 16.7 million entries filled by lookup: the same values at
+// a fraction of the time. Without memory for it every entry is evaluated on
+// its own.
 void buildRange(oxBilateralTables* t, float f) {
-    Buffer scratch = allocateBuffer(kNorms * sizeof(float));
-    auto* byNorm = reinterpret_cast<float*>(scratch.get());
-    if (byNorm)
-        for (int32_t n = 0; n < kNorms; ++n) byNorm[n] = rangeWeight(f, n);
+    const float* byNorm = compactFor(f);
     for (int32_t a = 0; a < 256; ++a) {
         for (int32_t b = 0; b < 256; ++b) {
             const int32_t base = a * a + b * b;
@@ -82,19 +74,37 @@ void buildRange(oxBilateralTables* t, float f) {
             if (byNorm)
                 for (int32_t c = 0; c < 256; ++c) out[c] = byNorm[base + c * c];
             else
-                for (int32_t c = 0; c < 256; ++c) out[c] = rangeWeight(f, base + c * c);
+                for (int32_t c = 0; c < 256; ++c) out[c] = bilateralRangeWeight(f, base + c * c);
         }
     }
 }
 
 void buildRange(oxBilateralTables3D* t, float f) {
-    for (int32_t d = 0; d < 256; ++d) t->rangeWeights[d] = rangeWeight(f, d * d);
+    for (int32_t d = 0; d < 256; ++d) t->rangeWeights[d] = bilateralRangeWeight(f, d * d);
 }
 
 template <class Tables> void refreshRange(Tables* t, float sigma) {
     if (sigma == t->cachedRangeSigma) return;
     t->cachedRangeSigma = sigma;
-    buildRange(t, rangeFactor(sigma));
+    buildRange(t, bilateralRangeFactor(sigma));
+}
+
+// The compact table that matches the record's colour table, or null. The
+// record's table is the one its cached sigma defines whenever the library
+// built it, the defaults included (their literal factor is that of sigma
+// 1); a block assembled by hand and never refreshed is not, and is caught
+// here by its rows [0][0] and [255][255], so that the plain loop reads that
+// table itself.
+const float* compactMatching(const oxBilateralTables* t) {
+    const float* byNorm = compactFor(bilateralRangeFactor(t->cachedRangeSigma));
+    if (!byNorm) return nullptr;
+    for (int32_t c = 0; c < 256; ++c) {
+        const float low = byNorm[c * c], high = byNorm[2 * 255 * 255 + c * c];
+        if (std::memcmp(&t->rangeWeights[0][0][c], &low, sizeof low) != 0 ||
+            std::memcmp(&t->rangeWeights[255][255][c], &high, sizeof high) != 0)
+            return nullptr;
+    }
+    return byNorm;
 }
 
 void wire(oxBilateralTables* t) {
@@ -189,8 +199,18 @@ int32_t run2D(oxBilateralParams* p, const oxImage* src, oxImage* dst, Kind kind)
     if (kind == Kind::Gray64 && src->type != OX_64F) return 1;
 
     const int32_t r = clampRadius(p->radius);
-    run(Job{kind, src->width, src->height, 1, 0, r, {src->data, nullptr}, {dst->data, nullptr},
-            &t->spaceWeights[kHalf][kHalf], 0, t->rangeWeights[0][0], t, p->valueScale});
+    const float* space = &t->spaceWeights[kHalf][kHalf];
+    if (kind == Kind::Colour8 && !useReference()) {
+        // Packed 3-byte pixels whatever the channel count.
+        const int64_t stride = 3 * static_cast<int64_t>(src->width);
+        if (const float* byNorm = compactMatching(t)) {
+            bilateralColourPass({src->data, src->width, src->height, 3, stride},
+                                {dst->data, src->width, src->height, 3, stride}, r, space, byNorm);
+            return 0;
+        }
+    }
+    run(Job{kind, src->width, src->height, 1, 0, r, {src->data, nullptr}, {dst->data, nullptr}, space, 0,
+            t->rangeWeights[0][0], t, p->valueScale});
     return 0;
 }
 
@@ -232,6 +252,7 @@ OX_API void oxBilateralParams3DUpdateSpaceGaussian(oxBilateralTables3D* tables, 
 
 OX_API void oxBilateralParamsRelease(oxBilateralParams** params) {
     if (!params || !*params) return;
+    if ((*params)->tables2D) compactRange = ColourRange{};
     std::free((*params)->tables2D);
     (*params)->tables2D = nullptr;
     std::free((*params)->tables3D);

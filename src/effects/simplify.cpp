@@ -10,9 +10,11 @@
 #include "core/detail/handles.hpp"
 #include "core/detail/image_view.hpp"
 #include "core/detail/numeric.hpp"
+#include "core/detail/size.hpp"
 #include "core/detail/status.hpp"
+#include "core/detail/view.hpp"
+#include "effects/detail/bilateral_ops.hpp"
 #include "effects/detail/entry.hpp"
-#include "ox_bilateral.h"
 #include "ox_elementwise.h"
 #include "ox_resize.h"
 #include "ox_sharpen.h"
@@ -23,8 +25,6 @@ using namespace ox::detail;
 namespace {
 
 constexpr int32_t kEntryMaxSize = 1024;
-
-using BilateralPtr = Owned<oxBilateralParams, oxBilateralParamsRelease>;
 
 struct Sigmas {
     double space, range;
@@ -43,41 +43,44 @@ bool isColour8(const oxImage* img) {
            img->width >= 0 && img->height >= 0;
 }
 
-// The record oxBilateralParamsDefault makes (radius 1), except that its
-// tables are left for the first pass to build for `sigmas`: the default's
-// range table for sigma 1 would be 64 MiB written only to be rebuilt. A NaN
-// cached sigma never equals the one asked for, so the first pass builds both
-// tables, whatever the sigmas; the bytes are those of the default record.
-BilateralPtr bilateralParams(Sigmas sigmas) {
-    BilateralPtr params(allocateRecord<oxBilateralParams>());
-    if (!params) return params;
-    params->tables2D = oxBilateralParamsInnerCreate();
-    if (!params->tables2D) return nullptr;
-    params->tables2D->cachedSpaceSigma = params->tables2D->cachedRangeSigma = std::nanf("");
-    params->spaceSigma = sigmas.space;
-    params->rangeSigma = sigmas.range;
-    params->radius = 1;
-    params->valueScale = 1.0;
-    return params;
-}
+// ---- Stages of other families --------------------------------------------
+// The resize, the high boost and the saturation run through the exported
+// functions for now, each called from this one place.
 
-// The bilateral passes from `in` into `out`, the first one out of place
-// unless `in` is `out`. False when aborted or out of memory. The passes'
-// own results are not examined: the checks before them leave the filter
-// nothing to refuse.
-bool smooth(const oxImage* in, oxImage* out, int32_t iterations, Sigmas sigmas, AbortFlag abortFlag) {
-    BilateralPtr params = bilateralParams(sigmas);
-    if (!params) return false;
-    for (int32_t i = 0; i < iterations; ++i) {
-        if (abortRequested(abortFlag)) return false;
-        oxBilateralFilter(params.get(), i == 0 ? in : out, out);
-    }
-    return true;
-}
+int32_t resizeBilinear(const oxImage* src, oxImage* dst) { return oxResize(src, dst, 0, nullptr); }
 
 int32_t highBoost(oxImage* img) {
     const oxHighBoostParams boost{1, {3, 3}, 0.9f, 2.0f};
     return oxHighBoostFilter(&boost, img, img, nullptr);
+}
+
+int32_t saturate(oxImage* img, float factor) {
+    const oxSaturateParams saturate{factor};
+    return oxSaturateFilter(&saturate, img, img, nullptr);
+}
+
+// ---- Smoothing -------------------------------------------------------------
+
+// The bilateral passes from `in` into `out` (radius 1), the first one out of
+// place unless `in` is `out`; false when aborted or out of memory. The
+// weights are those of a bilateral record with these sigmas (converted to
+// float as the filter converts them), its colour table in the compact form
+// the passes read: no 64 MiB table is made. A pass filters nothing where
+// the filter would refuse, an image whose size no buffer can have; nothing
+// else is left for it to refuse after the checks before it.
+bool smooth(const oxImage* in, oxImage* out, int32_t iterations, Sigmas sigmas, AbortFlag abortFlag) {
+    ColourRange range;
+    if (buildColourRange(bilateralRangeFactor(static_cast<float>(sigmas.range)), range) != Status::Ok) return false;
+    BilateralSpace space;
+    buildBilateralSpace(static_cast<float>(sigmas.space), space);
+    const bool filterable = checkedProduct({in->width, in->height, 3}).has_value();
+    for (int32_t i = 0; i < iterations; ++i) {
+        if (abortRequested(abortFlag)) return false;
+        if (!filterable) continue;
+        const oxImage* from = i == 0 ? in : out;
+        bilateralColourPass(wholeView<const uint8_t>(from), wholeView<uint8_t>(out), 1, space.centre(), range.byNorm());
+    }
+    return true;
 }
 
 int32_t simplify(const oxImage* src, oxImage* dst, const oxSimplifyParams& p, AbortFlag abortFlag) {
@@ -106,12 +109,12 @@ int32_t simplify(const oxImage* src, oxImage* dst, const oxSimplifyParams& p, Ab
     ImagePtr work(oxImageCreateWithType(workW, workH, src->encoding, OX_8U));
     ImagePtr smoothed(work ? oxImageCreateAs(work.get()) : nullptr);
     if (!smoothed) return code(Status::Refused);
-    if (const int32_t r = oxResize(src, work.get(), 0, nullptr); r != 0) return r;
+    if (const int32_t r = resizeBilinear(src, work.get()); r != 0) return r;
     // The first pass overwrites all of it; until then an abort or a missing
     // parameter record must hand back the unfiltered working image.
     std::memcpy(smoothed->data, work->data, static_cast<size_t>(*bufferBytes(work.get())));
     const bool filtered = smooth(work.get(), smoothed.get(), p.iterations, sigmas, abortFlag);
-    const bool back = oxResize(smoothed.get(), dst, 0, nullptr) == 0;
+    const bool back = resizeBilinear(smoothed.get(), dst) == 0;
     if (!filtered || !back) return code(Status::Refused);
     return highBoost(dst);
 }
@@ -125,8 +128,7 @@ int32_t yewSimplify(int32_t width, int32_t height, const uint8_t* srcPixels, uin
     if (!src || !dst) return code(Status::Refused);
     if (const int32_t r = simplify(src.get(), dst.get(), params, nullptr); r != 0) return r;
     if (!(saturation > 0.0f)) return code(Status::Ok);
-    const oxSaturateParams saturate{std::fmaf(2.0f, saturation, 1.0f)};
-    return oxSaturateFilter(&saturate, dst.get(), dst.get(), nullptr);
+    return saturate(dst.get(), std::fmaf(2.0f, saturation, 1.0f));
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <random>
 
 #include "effects/detail/bilateral_kernel.hpp"
-#include "support/test_support.hpp"
+#include "support/photos.hpp"
 
 using namespace oxtest;
 using ox::detail::readElement;
@@ -15,6 +15,11 @@ struct ParamsDeleter {
     void operator()(oxBilateralParams* p) const { oxBilateralParamsRelease(&p); }
 };
 using Params = std::unique_ptr<oxBilateralParams, ParamsDeleter>;
+
+struct HeaderDeleter {
+    void operator()(oxImage* p) const { oxImageReleaseHeader(&p); }
+};
+using Header = std::unique_ptr<oxImage, HeaderDeleter>;
 
 Params params(double space, double range, int32_t radius, bool volumes = false) {
     Params p(volumes ? oxBilateralParamsDefault3D() : oxBilateralParamsDefault());
@@ -227,5 +232,63 @@ TEST(BilateralFilter, OtherTypesAndChannelCountsAreFilteredAsBytes) {
         ASSERT_EQ(oxBilateralFilter(p.get(), bytes.get(), bytesOut.get()), 0);
         EXPECT_EQ(std::vector<uint8_t>(dst->data, dst->data + used), bytesOf(bytesOut.get()));
         EXPECT_EQ(std::vector<uint8_t>(dst->data + used, dst->data + 120), std::vector<uint8_t>(120 - used, 0xAB));
+    }
+}
+
+// Colour passes chained as the simplify effect chains them (the first out of
+// place, the rest in place, reading the neighbours already rewritten),
+// pinned by hash on noise of awkward sizes and on photographs. Width 0
+// sweeps the widths 1 to 33. "Shifted" writes one pixel after the source in
+// the same buffer, so its first pass reads some of its own output.
+TEST(BilateralFilter, ColourPassesPinned) {
+    enum Layout { Separate, Chained, Shifted, FourChannels };
+    struct Case {
+        const char* name; const char* photo; int32_t w, h, radius, passes; double space, range; Layout layout; uint64_t hash;
+    } cases[] = {
+        {"noise 1031x5", nullptr, 1031, 5, 1, 1, 7.0, 0.28, Separate, 0x4905f6577659fdf1ull},
+        {"noise 1031x6, passes", nullptr, 1031, 6, 1, 3, 7.0, 0.28, Chained, 0x69ed2202a5afb4adull},
+        {"noise widths 1-33", nullptr, 0, 9, 1, 2, 2.0, 0.28, Chained, 0x102221c476ad01bfull},
+        {"noise widths 1-33 out of place", nullptr, 0, 3, 1, 1, 2.0, 0.05, Separate, 0x528abc1a5028659ull},
+        {"noise radius 2", nullptr, 0, 7, 2, 2, 3.0, 0.5, Chained, 0xb4554f3d84048009ull},
+        {"noise shifted", nullptr, 40, 9, 1, 2, 2.0, 0.28, Shifted, 0x88b16a7ae6a749c4ull},
+        {"noise four channels", nullptr, 37, 11, 1, 3, 2.0, 0.28, FourChannels, 0xf2fe837fbd174c7bull},
+        {"coffee", "coffee.png", 0, 0, 1, 4, 3.0, 0.28, Chained, 0xbd455ea53fd980c5ull},
+        {"astronaut 333x217", "astronaut.png", 333, 217, 1, 3, 1.0, 0.08, Chained, 0xb3a8698e3c5418a8ull},
+        {"chelsea 97x61 radius 3", "chelsea.png", 97, 61, 3, 2, 1.5, 0.1, Chained, 0xb187eee780d56c75ull},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Params p = params(c.space, c.range, c.radius);
+        uint64_t hash = 0;
+        const bool sweep = !c.photo && c.w == 0;
+        for (int32_t w = sweep ? 1 : c.w; w <= (sweep ? 33 : c.w); ++w) {
+            Image src;
+            if (c.photo) {
+                OX_LOAD_PHOTO(photo, c.photo);
+                src = c.w ? make(c.w, c.h, OX_BGR) : std::move(photo);
+                if (c.w) {
+                    ASSERT_EQ(oxResize(photo.get(), src.get(), 0, nullptr), 0);
+                }
+            } else {
+                src = noise(w, c.h, c.layout == FourChannels ? OX_RGBA : OX_BGR, OX_8U, uint32_t(w));
+            }
+            Image dst = make(src->width, src->height, src->encoding), room;
+            std::memset(dst->data, 0xAB, byteCount(dst.get()));  // a fourth channel keeps it
+            Header inHeader(oxImageCreateHeader(src->width, src->height, src->encoding));
+            Header outHeader(oxImageCreateHeader(src->width, src->height, src->encoding));
+            oxImage* in = src.get();
+            oxImage* out = dst.get();
+            if (c.layout == Shifted) {  // a row to spare after the source
+                room = make(src->width, src->height + 1, OX_BGR);
+                std::memset(room->data, 0xAB, byteCount(room.get()));
+                std::memcpy(room->data, src->data, byteCount(src.get()));
+                inHeader->data = room->data;
+                outHeader->data = room->data + 3;
+                in = inHeader.get(), out = outHeader.get();
+            }
+            for (int32_t i = 0; i < c.passes; ++i) ASSERT_EQ(oxBilateralFilter(p.get(), i == 0 ? in : out, out), 0);
+            hash = hash * 31 + hashBytes(out->data, byteCount(out));
+        }
+        EXPECT_EQ(hash, c.hash);
     }
 }

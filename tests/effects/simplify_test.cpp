@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -84,4 +85,23 @@ TEST(YewSimplify, SizeAndParameterSweep) {
     uint8_t px[3] = {1, 2, 3};
     EXPECT_EQ(oxYewSimplify(1, 1, nullptr, px, 1, 0.1f, 0.3f) + oxYewSimplify(1, 1, px, nullptr, 0, 0.1f, 0.3f) +
                   oxYewSimplify(-1, 5, px, px, 0, 0.1f, 0.3f) + oxYewSimplify(5, -1, px, px, 1, 0.1f, 0.3f), 4);
+}
+
+// Headers whose sizes no buffer can have, on the direct path (a maximum
+// size above both sides): the passes filter nothing and the call fails
+// without touching the caller's bytes, aborted or not.
+TEST(Simplify, SizesNoBufferCanHaveAreLeftAlone) {
+    uint8_t bytes[64];
+    std::memset(bytes, 0x5A, sizeof bytes);
+    struct HeaderDeleter {
+        void operator()(oxImage* p) const { oxImageReleaseHeader(&p); }
+    };
+    std::unique_ptr<oxImage, HeaderDeleter> src(oxImageCreateHeader(1 << 30, 1 << 30, OX_BGR)),
+        dst(oxImageCreateHeader(1 << 30, 1 << 30, OX_BGR));
+    src->data = bytes, dst->data = bytes + 32;
+    const oxSimplifyParams p{INT32_MAX, 2, 0.1f};
+    for (int32_t abort : {0, 1}) {
+        EXPECT_EQ(oxSimplify(src.get(), dst.get(), &p, &abort), 1);
+        EXPECT_EQ(std::count(bytes, bytes + 64, 0x5A), 64);
+    }
 }

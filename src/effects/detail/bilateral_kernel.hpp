@@ -3,6 +3,8 @@
 // for processors with a fused multiply-add instruction, where std::fmaf is
 // one instruction instead of a library call. fmaf is exactly rounded either
 // way, so both builds give the same bytes; the tests hold them to that.
+// The colour worker's plain loop is the reference of its restructured and
+// AVX2 passes (bilateral_avx2.cpp), which must give its bytes.
 #pragma once
 
 #include <algorithm>
@@ -11,7 +13,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/detail/isa.hpp"
 #include "core/detail/numeric.hpp"
+#include "core/detail/view.hpp"
 #include "ox_bilateral.h"
 
 #define OX_BILATERAL_INLINE [[gnu::always_inline]] inline
@@ -108,45 +112,128 @@ template <class T> OX_BILATERAL_INLINE void filterChannel(const Job& j) {
     }
 }
 
-// Packed 3-byte pixels under one weight per pixel from the colour table.
+// Range weight of a colour difference: the record's 256 x 256 x 256 table,
+// or the compact table indexed by d0^2 + d1^2 + d2^2. Every entry of the
+// former depends only on that sum, so both give the same floats; the
+// compact one (195076 floats) stays in cache where the other misses.
+struct CubeRange {
+    const oxBilateralTables* tables;
+    OX_BILATERAL_INLINE float operator()(int32_t d0, int32_t d1, int32_t d2) const {
+        return tables->rangeWeights[d0][d1][d2];
+    }
+};
+struct NormRange {
+    const float* byNorm;
+    OX_BILATERAL_INLINE float operator()(int32_t d0, int32_t d1, int32_t d2) const {
+        return byNorm[d0 * d0 + d1 * d1 + d2 * d2];
+    }
+};
+
+// One colour pass: packed 3-byte pixels of `src` filtered into `dst` (same
+// size; the same rows when in place). `space` as in Job, r within 0..9.
+struct ColourPass {
+    ConstView<uint8_t> src;
+    View<uint8_t> dst;
+    int32_t r;
+    const float* space;
+};
+
+// One output pixel under one weight per neighbour from the colour table.
 // The three sums share W and are scaled by one reciprocal rather than
 // divided as the one-channel worker does; the two round differently and
 // both are kept.
-OX_BILATERAL_INLINE void filterColour(const Job& j) {
-    const uint8_t* src = j.src.single;
-    uint8_t* dst = j.dst.single;
-    const oxBilateralTables* t = j.colour;
-    for (int32_t y = 0; y < j.height; ++y) {
-        const Span sy = span(y, j.r, j.height);
-        for (int32_t x = 0; x < j.width; ++x) {
-            const Span sx = span(x, j.r, j.width);
-            const int64_t at = 3 * (static_cast<int64_t>(y) * j.width + x);
-            const int32_t c0 = src[at], c1 = src[at + 1], c2 = src[at + 2];
+template <class Range> OX_BILATERAL_INLINE void colourPixel(const ColourPass& p, Range range, int32_t x, int32_t y) {
+    const Span sy = span(y, p.r, p.src.height), sx = span(x, p.r, p.src.width);
+    const int64_t at = 3 * static_cast<int64_t>(x);
+    const uint8_t* centre = p.src.row(y) + at;
+    const int32_t c0 = centre[0], c1 = centre[1], c2 = centre[2];
+    float W = 0.0f, S0 = 0.0f, S1 = 0.0f, S2 = 0.0f;
+    for (int32_t dy = sy.lo; dy <= sy.hi; ++dy) {
+        const float* sw = p.space + dy * OX_BILATERAL_SPACE_SIZE;
+        const uint8_t* row = p.src.row(y + dy) + at;
+        for (int32_t dx = sx.lo; dx <= sx.hi; ++dx) {
+            const uint8_t* q = row + 3 * dx;
+            const int32_t v0 = q[0], v1 = q[1], v2 = q[2];
+            const float w = sw[dx] * range(std::abs(v0 - c0), std::abs(v1 - c1), std::abs(v2 - c2));
+            W += w;
+            S0 = std::fmaf(w, static_cast<float>(v0), S0);
+            S1 = std::fmaf(w, static_cast<float>(v1), S1);
+            S2 = std::fmaf(w, static_cast<float>(v2), S2);
+        }
+    }
+    const float inv = 1.0f / W;
+    uint8_t* out = p.dst.row(y) + at;
+    out[0] = clampToByte(S0 * inv);
+    out[1] = clampToByte(S1 * inv);
+    out[2] = clampToByte(S2 * inv);
+}
+
+// The plain loop: pixels in row-major order, so that an in-place pass (or
+// any overlap of the two buffers) reads the outputs already written.
+template <class Range> OX_BILATERAL_INLINE void filterColour(const ColourPass& p, Range range) {
+    for (int32_t y = 0; y < p.src.height; ++y)
+        for (int32_t x = 0; x < p.src.width; ++x) colourPixel(p, range, x, y);
+}
+
+// The same loop restructured for radius 1: inside the one-pixel border all
+// nine neighbours exist, so their visit needs no span and unrolls; the
+// border keeps the plain pixel. Still row-major, so any overlap of the
+// buffers reads what the plain loop reads.
+template <class Range> OX_BILATERAL_INLINE void filterColourRadius1(const ColourPass& p, Range range) {
+    const int32_t w = p.src.width, h = p.src.height;
+    const float* sw = p.space;
+    for (int32_t y = 0; y < h; ++y) {
+        if (y == 0 || y == h - 1 || w < 3) {
+            for (int32_t x = 0; x < w; ++x) colourPixel(p, range, x, y);
+            continue;
+        }
+        colourPixel(p, range, 0, y);
+        const uint8_t* rows[3] = {p.src.row(y - 1), p.src.row(y), p.src.row(y + 1)};
+        uint8_t* out = p.dst.row(y);
+        for (int32_t x = 1; x < w - 1; ++x) {
+            const int64_t at = 3 * static_cast<int64_t>(x);
+            const int32_t c0 = rows[1][at], c1 = rows[1][at + 1], c2 = rows[1][at + 2];
             float W = 0.0f, S0 = 0.0f, S1 = 0.0f, S2 = 0.0f;
-            for (int32_t dy = sy.lo; dy <= sy.hi; ++dy) {
-                const float* sw = j.space + dy * OX_BILATERAL_SPACE_SIZE;
-                const uint8_t* row = src + at + 3 * static_cast<int64_t>(dy) * j.width;
-                for (int32_t dx = sx.lo; dx <= sx.hi; ++dx) {
-                    const uint8_t* p = row + 3 * dx;
-                    const int32_t v0 = p[0], v1 = p[1], v2 = p[2];
-                    const float w = sw[dx] * t->rangeWeights[std::abs(v0 - c0)][std::abs(v1 - c1)][std::abs(v2 - c2)];
-                    W += w;
-                    S0 = std::fmaf(w, static_cast<float>(v0), S0);
-                    S1 = std::fmaf(w, static_cast<float>(v1), S1);
-                    S2 = std::fmaf(w, static_cast<float>(v2), S2);
+            for (int32_t dy = -1; dy <= 1; ++dy) {
+                for (int32_t dx = -1; dx <= 1; ++dx) {
+                    const uint8_t* q = rows[dy + 1] + at + 3 * dx;
+                    const int32_t v0 = q[0], v1 = q[1], v2 = q[2];
+                    const float g = range(std::abs(v0 - c0), std::abs(v1 - c1), std::abs(v2 - c2));
+                    const float wt = sw[dy * OX_BILATERAL_SPACE_SIZE + dx] * g;
+                    W += wt;
+                    S0 = std::fmaf(wt, static_cast<float>(v0), S0);
+                    S1 = std::fmaf(wt, static_cast<float>(v1), S1);
+                    S2 = std::fmaf(wt, static_cast<float>(v2), S2);
                 }
             }
             const float inv = 1.0f / W;
-            dst[at] = clampToByte(S0 * inv);
-            dst[at + 1] = clampToByte(S1 * inv);
-            dst[at + 2] = clampToByte(S2 * inv);
+            out[at] = clampToByte(S0 * inv);
+            out[at + 1] = clampToByte(S1 * inv);
+            out[at + 2] = clampToByte(S2 * inv);
         }
+        colourPixel(p, range, w - 1, y);
     }
 }
 
+#if OX_HAVE_AVX2_PATH
+// Radius-1 colour passes on the AVX2 path (bilateral_avx2.cpp), reading the
+// compact table. Separate: the buffers do not overlap; false when its
+// scratch rows cannot be allocated. In place: dst is src's rows; false when
+// the image is too large for the path's 32-bit offsets. Nothing is written
+// when they return false.
+bool colourRadius1SeparateAvx2(const ColourPass& p, const float* byNorm);
+bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* byNorm);
+#endif
+
 OX_BILATERAL_INLINE void runJob(const Job& j) {
     switch (j.kind) {
-    case Kind::Colour8: filterColour(j); break;
+    case Kind::Colour8: {
+        const int64_t stride = 3 * static_cast<int64_t>(j.width);
+        const ColourPass p{{j.src.single, j.width, j.height, 3, stride}, {j.dst.single, j.width, j.height, 3, stride}, j.r,
+                           j.space};
+        filterColour(p, CubeRange{j.colour});
+        break;
+    }
     case Kind::Gray64: filterChannel<double>(j); break;
     case Kind::Gray8: filterChannel<uint8_t>(j); break;
     }

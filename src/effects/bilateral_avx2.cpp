@@ -1,0 +1,492 @@
+// The colour worker's radius-1 passes on AVX2: eight output pixels at a
+// time, each computed with exactly the plain loop's sequence of operations
+// (the same taps in the same order, W += w, one fused multiply-add per
+// channel sum, one reciprocal, the same clamp and truncation), so the bytes
+// are those of the plain loop. Channel values are read as floats (every
+// byte is one exactly), the squared distance is formed in float (exact:
+// integers below 2^24) and indexes the compact table by gather.
+//
+// Border pixels run the same nine taps with the weight of each neighbour
+// outside the image forced to +0: W + 0 and fmaf(0, v, S) leave W and S
+// as they are (both start at +0 and only grow, v is finite), so such a tap
+// changes nothing, exactly as the plain loop's skipping it.
+#include "core/detail/isa.hpp"
+#include "effects/detail/bilateral_kernel.hpp"
+
+#if OX_HAVE_AVX2_PATH
+
+#include <immintrin.h>
+
+#include <cstring>
+#include <utility>
+
+#include "core/detail/handles.hpp"
+#include "core/detail/size.hpp"
+
+#define OX_AVX2_INLINE [[gnu::always_inline, gnu::target("avx2,fma")]] inline
+
+namespace ox::detail::bilateral {
+
+namespace {
+
+constexpr int32_t kRow = OX_BILATERAL_SPACE_SIZE;
+
+// Eight pixels' channels as floats.
+struct Px {
+    __m256 c0, c1, c2;
+};
+
+// The nine spatial weights in visiting order (dy, then dx), and the
+// centre's whole weight: its difference is 0, so its range weight is the
+// table's first entry for every pixel.
+struct Weights {
+    __m256 space[9];
+    __m256 centre;
+    const float* byNorm;
+};
+
+OX_AVX2_INLINE Weights weightsOf(const float* space, const float* byNorm) {
+    Weights k;
+    for (int32_t dy = -1; dy <= 1; ++dy)
+        for (int32_t dx = -1; dx <= 1; ++dx) k.space[(dy + 1) * 3 + dx + 1] = _mm256_set1_ps(space[dy * kRow + dx]);
+    k.centre = _mm256_set1_ps(space[0] * byNorm[0]);
+    k.byNorm = byNorm;
+    return k;
+}
+
+struct Sums {
+    __m256 W, S0, S1, S2;
+};
+
+OX_AVX2_INLINE void accumulate(Sums& s, __m256 w, const Px& v) {
+    s.W = _mm256_add_ps(s.W, w);
+    s.S0 = _mm256_fmadd_ps(w, v.c0, s.S0);
+    s.S1 = _mm256_fmadd_ps(w, v.c1, s.S1);
+    s.S2 = _mm256_fmadd_ps(w, v.c2, s.S2);
+}
+
+// The range weight of each lane's pair of pixels p and q: the squared
+// distance indexes the compact table. It depends on the distance only, so a
+// pair weighs the same from either end.
+OX_AVX2_INLINE __m256 rangeOf(const Px& p, const Px& q, const float* byNorm) {
+    const __m256 d0 = _mm256_sub_ps(q.c0, p.c0), d1 = _mm256_sub_ps(q.c1, p.c1), d2 = _mm256_sub_ps(q.c2, p.c2);
+    const __m256 norm = _mm256_fmadd_ps(d2, d2, _mm256_fmadd_ps(d1, d1, _mm256_mul_ps(d0, d0)));
+    return _mm256_i32gather_ps(byNorm, _mm256_cvttps_epi32(norm), 4);
+}
+
+// Neighbour v with range weight g: W += w and the three sums, w being the
+// spatial weight times g. `keep` is all ones for a neighbour inside the
+// image and 0 outside (used when Masked).
+template <bool Masked> OX_AVX2_INLINE void weighed(Sums& s, const Px& v, __m256 g, __m256 space, __m256 keep) {
+    __m256 w = _mm256_mul_ps(space, g);
+    if constexpr (Masked) w = _mm256_and_ps(w, keep);
+    accumulate(s, w, v);
+}
+
+// Sk * (1 / W) clamped to 0..255, to be truncated. The maximum against 0
+// comes first and takes its second operand for a NaN, which the plain loop
+// turns into 0 as well.
+OX_AVX2_INLINE __m256 clampedOf(__m256 S, __m256 inv) {
+    return _mm256_min_ps(_mm256_max_ps(_mm256_mul_ps(S, inv), _mm256_setzero_ps()), _mm256_set1_ps(255.0f));
+}
+
+// clampToByte(Sk * (1 / W)) as a float.
+OX_AVX2_INLINE __m256 outputOf(__m256 S, __m256 inv) {
+    return _mm256_round_ps(clampedOf(S, inv), _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+}
+
+// Output bytes 0-2 of each lane, truncated.
+OX_AVX2_INLINE __m256i packed(const Px& o) {
+    return _mm256_or_si256(_mm256_cvttps_epi32(o.c0), _mm256_or_si256(_mm256_slli_epi32(_mm256_cvttps_epi32(o.c1), 8),
+                                                                       _mm256_slli_epi32(_mm256_cvttps_epi32(o.c2), 16)));
+}
+
+// Bytes 0-2 of each lane of `v` as floats.
+OX_AVX2_INLINE Px unpacked(__m256i v) {
+    const __m256i low = _mm256_set1_epi32(0xff);
+    return {_mm256_cvtepi32_ps(_mm256_and_si256(v, low)),
+            _mm256_cvtepi32_ps(_mm256_and_si256(_mm256_srli_epi32(v, 8), low)),
+            _mm256_cvtepi32_ps(_mm256_and_si256(_mm256_srli_epi32(v, 16), low))};
+}
+
+// Masks of the nine taps from the lanes' four borders (all ones: the
+// neighbour on that side exists).
+OX_AVX2_INLINE void tapMasks(__m256 (&keep)[9], __m256 top, __m256 bottom, __m256 left, __m256 right) {
+    const __m256 all = _mm256_castsi256_ps(_mm256_set1_epi32(-1));
+    keep[0] = _mm256_and_ps(top, left), keep[1] = top, keep[2] = _mm256_and_ps(top, right);
+    keep[3] = left, keep[4] = all, keep[5] = right;
+    keep[6] = _mm256_and_ps(bottom, left), keep[7] = bottom, keep[8] = _mm256_and_ps(bottom, right);
+}
+
+OX_AVX2_INLINE __m256 maskOf(__m256i m) { return _mm256_castsi256_ps(m); }
+
+// ---- Separate buffers: eight neighbouring pixels of a row ----------------
+
+// Pixels p[0..7] (24 bytes, nothing read beyond), one per lane.
+OX_AVX2_INLINE __m256i load8(const uint8_t* p) {
+    const __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 8));
+    const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,  //
+                                            4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
+    return _mm256_shuffle_epi8(_mm256_inserti128_si256(_mm256_castsi128_si256(lo), hi, 1), spread);
+}
+
+// The eight lanes' bytes 0-2 as 24 packed bytes at p.
+OX_AVX2_INLINE void store8(uint8_t* p, __m256i v) {
+    const __m256i pack = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,  //
+                                          0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+    const __m256i bytes =
+        _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pack), _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(bytes));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(p + 16), _mm256_extracti128_si256(bytes, 1));
+}
+
+// A source row as three float planes with one zero cell before and after
+// (cell i holds pixel i - 1).
+struct PlaneRow {
+    float* c[3];
+};
+
+OX_AVX2_INLINE void convertRow(const PlaneRow& r, const uint8_t* src, int32_t w) {
+    for (int32_t x = 0;; x += 8) {
+        x = std::min(x, w - 8);
+        const Px v = unpacked(load8(src + 3 * static_cast<int64_t>(x)));
+        _mm256_storeu_ps(r.c[0] + x + 1, v.c0);
+        _mm256_storeu_ps(r.c[1] + x + 1, v.c1);
+        _mm256_storeu_ps(r.c[2] + x + 1, v.c2);
+        if (x == w - 8) break;
+    }
+}
+
+// The separate pass keeps its rows in one block, each row `cells` floats
+// with pixel x in cell x + 1 and zero cells outside the image: a plane row
+// is three such rows (channels 0, 1, 2), a pair row four: the range
+// weights of pixel x's pairs with its right neighbour, the one below, below
+// and right, and of its right neighbour with the one below it. Each pair
+// serves both of its pixels, so an output pixel's eight neighbours cost
+// four lookups. `at[i]` is the cell offset of x within row i of a group.
+struct Cells {
+    int64_t at[4];
+};
+
+OX_AVX2_INLINE Px loadPx(const float* plane, const Cells& c, int32_t dx) {
+    return {_mm256_loadu_ps(plane + c.at[0] + dx), _mm256_loadu_ps(plane + c.at[1] + dx),
+            _mm256_loadu_ps(plane + c.at[2] + dx)};
+}
+
+// A pair's weight as its two pixels use it. When the spatial weights of
+// opposite offsets are equal (as every table the library builds has them),
+// the product of spatial and range weight is the same float from either
+// end and is stored once (Premultiplied); otherwise each use multiplies.
+template <bool Premultiplied> OX_AVX2_INLINE __m256 stored(__m256 space, __m256 g) {
+    if constexpr (Premultiplied) return _mm256_mul_ps(space, g);
+    else return g;
+}
+
+template <bool Masked, bool Premultiplied>
+OX_AVX2_INLINE void paired(Sums& s, const Px& v, __m256 pair, __m256 space, __m256 keep) {
+    __m256 w = Premultiplied ? pair : _mm256_mul_ps(space, pair);
+    if constexpr (Masked) w = _mm256_and_ps(w, keep);
+    accumulate(s, w, v);
+}
+
+// Pixels x..x + 7 of row y: first the pairs they start (read again by the
+// next group and the next row), then the outputs. The pixels and pairs
+// this group has just made are used as they are; those of the group before
+// and the row above are read back.
+template <bool Masked, bool Premultiplied>
+OX_AVX2_INLINE void separateGroup(const float* up, const float* mid, const float* down, const float* above,
+                                  float* here, uint8_t* out, int32_t x, const Cells& c, const __m256 (&keep)[9],
+                                  const Weights& k) {
+    enum { H, V, D, A };
+    const Px centre = loadPx(mid, c, 1), right = loadPx(mid, c, 2), below = loadPx(down, c, 1),
+             belowRight = loadPx(down, c, 2);
+    const __m256 h = stored<Premultiplied>(k.space[5], rangeOf(centre, right, k.byNorm)),
+                 v = stored<Premultiplied>(k.space[7], rangeOf(centre, below, k.byNorm)),
+                 d = stored<Premultiplied>(k.space[8], rangeOf(centre, belowRight, k.byNorm)),
+                 a = stored<Premultiplied>(k.space[6], rangeOf(right, below, k.byNorm));
+    _mm256_storeu_ps(here + c.at[H] + 1, h);
+    _mm256_storeu_ps(here + c.at[V] + 1, v);
+    _mm256_storeu_ps(here + c.at[D] + 1, d);
+    _mm256_storeu_ps(here + c.at[A] + 1, a);
+
+    Sums s{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
+    paired<Masked, Premultiplied>(s, loadPx(up, c, 0), _mm256_loadu_ps(above + c.at[D]), k.space[0], keep[0]);
+    paired<Masked, Premultiplied>(s, loadPx(up, c, 1), _mm256_loadu_ps(above + c.at[V] + 1), k.space[1], keep[1]);
+    paired<Masked, Premultiplied>(s, loadPx(up, c, 2), _mm256_loadu_ps(above + c.at[A] + 1), k.space[2], keep[2]);
+    paired<Masked, Premultiplied>(s, loadPx(mid, c, 0), _mm256_loadu_ps(here + c.at[H]), k.space[3], keep[3]);
+    accumulate(s, k.centre, centre);
+    paired<Masked, Premultiplied>(s, right, h, k.space[5], keep[5]);
+    paired<Masked, Premultiplied>(s, loadPx(down, c, 0), _mm256_loadu_ps(here + c.at[A]), k.space[6], keep[6]);
+    paired<Masked, Premultiplied>(s, below, v, k.space[7], keep[7]);
+    paired<Masked, Premultiplied>(s, belowRight, d, k.space[8], keep[8]);
+    const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), s.W);
+    store8(out + 3 * static_cast<int64_t>(x), packed({clampedOf(s.S0, inv), clampedOf(s.S1, inv), clampedOf(s.S2, inv)}));
+}
+
+// The rows of a separate pass.
+template <bool Premultiplied>
+OX_AVX2_INLINE void separateRows(const ColourPass& p, float* block, int64_t cells, const Weights& k) {
+    const int32_t w = p.src.width, h = p.src.height;
+    auto plane = [&](int32_t y) { return block + 3 * cells * (y < 0 || y >= h ? 3 : y % 3); };
+    auto pairs = [&](int32_t y) { return block + 12 * cells + 4 * cells * (y & 1); };
+    const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    const __m256 all = maskOf(_mm256_set1_epi32(-1));
+    __m256 none[9];
+    tapMasks(none, all, all, all, all);
+    convertRow({{plane(0), plane(0) + cells, plane(0) + 2 * cells}}, p.src.row(0), w);
+    for (int32_t y = 0; y < h; ++y) {
+        if (y + 1 < h) convertRow({{plane(y + 1), plane(y + 1) + cells, plane(y + 1) + 2 * cells}}, p.src.row(y + 1), w);
+        const float *up = plane(y - 1), *mid = plane(y), *down = plane(y + 1), *above = pairs(y - 1);
+        float* here = pairs(y);
+        uint8_t* out = p.dst.row(y);
+        const __m256 top = y > 0 ? all : _mm256_setzero_ps(), bottom = y < h - 1 ? all : _mm256_setzero_ps();
+        // Groups of eight from x = 0; the last ends at w - 1 and may overlap
+        // the one before, which only writes the same values again.
+        for (int32_t x = 0;; x += 8) {
+            x = std::min(x, w - 8);
+            const Cells c{{x, x + cells, x + 2 * cells, x + 3 * cells}};
+            if (x == 0 || x == w - 8 || y == 0 || y == h - 1) {
+                const __m256i at = _mm256_add_epi32(_mm256_set1_epi32(x), lanes);
+                __m256 keep[9];
+                tapMasks(keep, top, bottom, maskOf(_mm256_cmpgt_epi32(at, _mm256_setzero_si256())),
+                         maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(w - 1), at)));
+                separateGroup<true, Premultiplied>(up, mid, down, above, here, out, x, c, keep, k);
+            } else {
+                separateGroup<false, Premultiplied>(up, mid, down, above, here, out, x, c, none, k);
+            }
+            if (x == w - 8) break;
+        }
+    }
+}
+
+}  // namespace
+
+OX_TARGET_AVX2 bool colourRadius1SeparateAvx2(const ColourPass& p, const float* byNorm) {
+    const int32_t w = p.src.width;
+    if (w < 8) {  // narrower than one group
+        filterColourRadius1(p, NormRange{byNorm});
+        return true;
+    }
+    // Four plane rows (y - 1, y and y + 1 by y mod 3, and one of zeros for
+    // the rows outside the image) and two pair rows (rows y - 1 and y).
+    const int64_t cells = static_cast<int64_t>(w) + 2;
+    const Count bytes = checkedProduct({4 * 3 + 2 * 4, cells, static_cast<int64_t>(sizeof(float))});
+    Buffer memory = bytes ? allocateZeroed(static_cast<size_t>(*bytes)) : nullptr;
+    if (!memory) return false;
+    float* block = reinterpret_cast<float*>(memory.get());
+    const Weights k = weightsOf(p.space, byNorm);
+    auto same = [&](int32_t dy, int32_t dx) {
+        return std::memcmp(&p.space[dy * kRow + dx], &p.space[-dy * kRow - dx], sizeof(float)) == 0;
+    };
+    if (same(1, 1) && same(1, 0) && same(1, -1) && same(0, 1)) separateRows<true>(p, block, cells, k);
+    else separateRows<false>(p, block, cells, k);
+    return true;
+}
+
+// ---- In place: a wavefront across rows ------------------------------------
+//
+// Pixel (x, y) of an in-place pass reads the new (x - 1, y) and the new row
+// above, and the old values right and below: with t = x + 2y, it needs the
+// pixels of t - 1, t - 2 and t - 3 done and those of t + 1 .. t + 3 not yet.
+// Pixels of equal t are independent, so a band of eight rows is swept with
+// lane j on row y0 + j at x = s - 2j for step s = 0, 1, ...
+//
+// The band is seen through a skewed copy: cell k of copy row s holds pixel
+// (s - 2(k - 1), y0 + k - 1), k = 0..9 covering the row above the band to
+// the row below it. Neighbour (dy, dx) of every lane at step s is then the
+// eight cells from k = dy + 1 of copy row s + dx + 2dy: one load. Copy row
+// s + 3 is filled from the image at step s (all of it still old, or final
+// above the band), and each step's outputs go into its copy row, into the
+// image, and on in registers to the next step, which reads two of them.
+
+namespace {
+
+constexpr int32_t kRing = 8;   // copy rows s - 3 .. s + 3 in use
+constexpr int32_t kCells = 16;  // cells 0..9 used
+
+constexpr int32_t kEdge = 24;  // zero cells before and after a row of planes
+
+struct Wave {
+    uint8_t* base;  // row y0
+    int64_t stride;
+    int32_t w, h, y0, rows;  // rows: band rows inside the image (1..8)
+    __m256i gatherOffset;    // j * (stride - 6) - 1
+    __m256i twoLanes;        // 2j
+    __m256i laneRows;        // j < rows
+    int64_t laneBytes[8];    // j * (stride - 6): lane j's pixel at step s is 3s beyond it
+    // The rows above and below the band as planes, pixel x in cell x + kEdge.
+    PlaneRow above, below;
+    alignas(64) float copy[3][kRing][kCells];
+
+    float* cell(int32_t c, int32_t s, int32_t k) noexcept { return &copy[c][s & (kRing - 1)][k]; }
+};
+
+// One cell from the image, or zeros for a pixel outside it.
+OX_AVX2_INLINE void fillCell(Wave& v, int32_t s, int32_t k) {
+    const int32_t x = s - 2 * (k - 1), y = v.y0 + k - 1;
+    const bool inside = x >= 0 && x < v.w && y >= 0 && y < v.h;
+    const uint8_t* px = inside ? v.base + (k - 1) * v.stride + 3 * static_cast<int64_t>(x) : nullptr;
+    for (int32_t c = 0; c < 3; ++c) *v.cell(c, s, k) = inside ? static_cast<float>(px[c]) : 0.0f;
+}
+
+// A row of pixels (null: outside the image, zeros) into planes with kEdge
+// zero cells on either side.
+OX_AVX2_INLINE void planeRow(const PlaneRow& r, const uint8_t* src, int32_t w) {
+    if (!src) {
+        for (int32_t c = 0; c < 3; ++c) std::memset(r.c[c] + kEdge, 0, static_cast<size_t>(w) * sizeof(float));
+    } else if (w >= 8) {
+        convertRow({{r.c[0] + kEdge - 1, r.c[1] + kEdge - 1, r.c[2] + kEdge - 1}}, src, w);
+    } else {
+        for (int32_t x = 0; x < w; ++x)
+            for (int32_t c = 0; c < 3; ++c) r.c[c][kEdge + x] = static_cast<float>(src[3 * x + c]);
+    }
+}
+
+// Copy row s. The band's lanes are gathered as the 4 bytes ending with
+// their pixel, so that the buffer's last pixel is never overrun; the one
+// pixel with no byte before it, the buffer's first, is read on its own.
+OX_AVX2_INLINE void fillRow(Wave& v, int32_t s) {
+    const __m256i x = _mm256_sub_epi32(_mm256_set1_epi32(s), v.twoLanes);
+    __m256i inside = _mm256_and_si256(v.laneRows, _mm256_and_si256(_mm256_cmpgt_epi32(x, _mm256_set1_epi32(-1)),
+                                                                   _mm256_cmpgt_epi32(_mm256_set1_epi32(v.w), x)));
+    const bool origin = v.y0 == 0 && s == 0;
+    if (origin) inside = _mm256_blend_epi32(inside, _mm256_setzero_si256(), 1);
+    const __m256i index = _mm256_add_epi32(v.gatherOffset, _mm256_set1_epi32(3 * s));
+    const __m256i raw =
+        _mm256_mask_i32gather_epi32(_mm256_setzero_si256(), reinterpret_cast<const int*>(v.base), index, inside, 1);
+    const Px px = unpacked(_mm256_srli_epi32(raw, 8));
+    _mm256_storeu_ps(v.cell(0, s, 1), px.c0);
+    _mm256_storeu_ps(v.cell(1, s, 1), px.c1);
+    _mm256_storeu_ps(v.cell(2, s, 1), px.c2);
+    if (origin) fillCell(v, s, 1);
+    for (int32_t c = 0; c < 3; ++c) {
+        *v.cell(c, s, 0) = v.above.c[c][s + 2 + kEdge];
+        *v.cell(c, s, 9) = v.below.c[c][s - 16 + kEdge];
+    }
+}
+
+OX_AVX2_INLINE Px loadCells(Wave& v, int32_t s, int32_t k) {
+    return {_mm256_loadu_ps(v.cell(0, s, k)), _mm256_loadu_ps(v.cell(1, s, k)), _mm256_loadu_ps(v.cell(2, s, k))};
+}
+
+// The lanes' neighbours up and right: the previous step's outputs moved one
+// lane down, lane 0 from the row above the band.
+OX_AVX2_INLINE __m256 shiftedIn(__m256 previous, float above) {
+    const __m256 moved = _mm256_permutevar8x32_ps(previous, _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6));
+    return _mm256_blend_ps(moved, _mm256_set1_ps(above), 1);
+}
+
+template <bool Masked>
+OX_AVX2_INLINE void neighbour(Sums& s, const Px& v, const Px& c, __m256 space, __m256 keep, const float* byNorm) {
+    weighed<Masked>(s, v, rangeOf(c, v, byNorm), space, keep);
+}
+
+template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k) {
+    fillRow(v, s + 3);
+    const __m256i x = _mm256_sub_epi32(_mm256_set1_epi32(s), v.twoLanes);
+    __m256 keep[9];
+    if constexpr (Masked) {
+        const __m256i y = _mm256_add_epi32(_mm256_set1_epi32(v.y0), _mm256_srli_epi32(v.twoLanes, 1));
+        tapMasks(keep, maskOf(_mm256_cmpgt_epi32(y, _mm256_setzero_si256())),
+                 maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(v.h - 1), y)),
+                 maskOf(_mm256_cmpgt_epi32(x, _mm256_setzero_si256())),
+                 maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(v.w - 1), x)));
+    }
+    // The nine neighbours in visiting order, each loaded where it is used.
+    const Px c = loadCells(v, s, 1);
+    const Px upRight{shiftedIn(previous.c0, *v.cell(0, s - 1, 0)), shiftedIn(previous.c1, *v.cell(1, s - 1, 0)),
+                     shiftedIn(previous.c2, *v.cell(2, s - 1, 0))};
+    Sums sums{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
+    neighbour<Masked>(sums, loadCells(v, s - 3, 0), c, k.space[0], keep[0], k.byNorm);
+    neighbour<Masked>(sums, loadCells(v, s - 2, 0), c, k.space[1], keep[1], k.byNorm);
+    neighbour<Masked>(sums, upRight, c, k.space[2], keep[2], k.byNorm);
+    neighbour<Masked>(sums, previous, c, k.space[3], keep[3], k.byNorm);
+    accumulate(sums, k.centre, c);
+    neighbour<Masked>(sums, loadCells(v, s + 1, 1), c, k.space[5], keep[5], k.byNorm);
+    neighbour<Masked>(sums, loadCells(v, s + 1, 2), c, k.space[6], keep[6], k.byNorm);
+    neighbour<Masked>(sums, loadCells(v, s + 2, 2), c, k.space[7], keep[7], k.byNorm);
+    neighbour<Masked>(sums, loadCells(v, s + 3, 2), c, k.space[8], keep[8], k.byNorm);
+    const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), sums.W);
+    const Px out{outputOf(sums.S0, inv), outputOf(sums.S1, inv), outputOf(sums.S2, inv)};
+    previous = out;
+    _mm256_storeu_ps(v.cell(0, s, 1), out.c0);
+    _mm256_storeu_ps(v.cell(1, s, 1), out.c1);
+    _mm256_storeu_ps(v.cell(2, s, 1), out.c2);
+
+    // Into the image: 4 bytes per pixel, the fourth being the next pixel's
+    // first byte as it stands (old, from the copy); the row's last pixel
+    // gets its 3 bytes alone.
+    const __m256i next = _mm256_slli_epi32(_mm256_cvttps_epi32(_mm256_loadu_ps(v.cell(0, s + 1, 1))), 24);
+    alignas(32) uint32_t words[8];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(words), _mm256_or_si256(packed(out), next));
+    const int64_t at = 3 * static_cast<int64_t>(s);
+    if constexpr (!Masked) {
+#pragma GCC unroll 8
+        for (int32_t j = 0; j < 8; ++j) std::memcpy(v.base + (at + v.laneBytes[j]), &words[j], 4);
+        return;
+    }
+    const __m256i inside = _mm256_and_si256(v.laneRows, _mm256_and_si256(_mm256_cmpgt_epi32(x, _mm256_set1_epi32(-1)),
+                                                                         _mm256_cmpgt_epi32(_mm256_set1_epi32(v.w), x)));
+    for (int32_t lanes = _mm256_movemask_ps(maskOf(inside)); lanes; lanes &= lanes - 1) {
+        const int32_t j = __builtin_ctz(static_cast<uint32_t>(lanes));
+        uint8_t* px = v.base + (at + v.laneBytes[j]);
+        if (s - 2 * j != v.w - 1) {
+            std::memcpy(px, &words[j], 4);
+        } else {
+            std::memcpy(px, &words[j], 2);
+            px[2] = static_cast<uint8_t>(words[j] >> 16);
+        }
+    }
+}
+
+}  // namespace
+
+OX_TARGET_AVX2 bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* byNorm) {
+    const int32_t w = p.src.width, h = p.src.height;
+    const int64_t stride = p.dst.stride;
+    // Gather offsets stay within 32 bits.
+    if (static_cast<double>(stride) * 9 + 3.0 * (w + 32) >= 2147483647.0) return false;
+    const Weights k = weightsOf(p.space, byNorm);
+    Wave v;
+    v.stride = stride;
+    v.w = w, v.h = h;
+    const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    v.gatherOffset = _mm256_sub_epi32(_mm256_mullo_epi32(lanes, _mm256_set1_epi32(static_cast<int32_t>(stride - 6))),
+                                      _mm256_set1_epi32(1));
+    v.twoLanes = _mm256_add_epi32(lanes, lanes);
+    for (int32_t j = 0; j < 8; ++j) v.laneBytes[j] = j * (stride - 6);
+    // Two plane rows of w + 2 kEdge cells, zero outside the image.
+    const int64_t cells = static_cast<int64_t>(w) + 2 * kEdge;
+    const Count bytes = checkedProduct({2 * 3, cells, static_cast<int64_t>(sizeof(float))});
+    Buffer memory = bytes ? allocateZeroed(static_cast<size_t>(*bytes)) : nullptr;
+    if (!memory) return false;
+    auto* planes = reinterpret_cast<float*>(memory.get());
+    for (int32_t c = 0; c < 3; ++c) {
+        v.above.c[c] = planes + c * cells;
+        v.below.c[c] = planes + (3 + c) * cells;
+    }
+    for (int32_t y0 = 0; y0 < h; y0 += 8) {
+        v.y0 = y0;
+        v.base = p.dst.row(y0);
+        v.rows = std::min(8, h - y0);
+        planeRow(v.above, y0 > 0 ? p.dst.row(y0 - 1) : nullptr, w);
+        planeRow(v.below, y0 + 8 < h ? p.dst.row(y0 + 8) : nullptr, w);
+        v.laneRows = _mm256_cmpgt_epi32(_mm256_set1_epi32(v.rows), lanes);
+        for (int32_t s = -3; s < 3; ++s) fillRow(v, s);
+        Px previous{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
+        // Steps whose lanes all lie inside the image and its border skip the
+        // masks: x = s - 2j within 1..w - 2 for j = 0..7, rows 1..h - 2.
+        const bool inner = y0 > 0 && y0 + 8 < h;
+        const int32_t steps = w + 2 * (v.rows - 1);
+        for (int32_t s = 0; s < steps; ++s) {
+            if (inner && s >= 15 && s <= w - 2) waveStep<false>(v, s, previous, k);
+            else waveStep<true>(v, s, previous, k);
+        }
+    }
+    return true;
+}
+
+}  // namespace ox::detail::bilateral
+
+#endif  // OX_HAVE_AVX2_PATH

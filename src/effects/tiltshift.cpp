@@ -14,6 +14,7 @@
 #include "core/detail/status.hpp"
 #include "core/detail/view.hpp"
 #include "effects/detail/entry.hpp"
+#include "effects/detail/focus_mask_ops.hpp"
 #include "geometry/detail/lens_ops.hpp"
 #include "ox_convolution.h"
 #include "ox_elementwise.h"
@@ -78,7 +79,11 @@ bool blurCanRun(int32_t radius, Size s) {
 
 // ---------------------------------------------------------------- stages
 // The steps other families provide, each called from this one place with
-// the statuses the exported functions return.
+// the statuses the exported functions return. The resizes and the blend
+// touch the caller's images, which may carry any ROI and encoding, so they
+// go through the exported functions' checks (which then run the same
+// interleaved operations); the blur and the mask work on the filter's own
+// images and call the operations directly.
 
 int32_t resizeStage(const oxImage* from, oxImage* to) { return oxResize(from, to, OX_RESIZE_BILINEAR, nullptr); }
 
@@ -95,7 +100,8 @@ int32_t blurStage(oxImage* image, const oxSepKernel* kernel) {
                                               places));
 }
 
-int32_t maskStage(const oxFocusMaskParams& box, oxImage* mask) { return oxFocusMaskFill(&box, mask); }
+// The mask is the filter's own grey image of the source's size.
+void maskStage(const oxFocusMaskParams& box, oxImage* mask) { focusMaskFill(box, wholeView<uint8_t>(mask)); }
 
 int32_t blendStage(const oxImage* blurred, const oxImage* sharp, oxImage* dst, const oxImage* mask) {
     return oxAddWeigthedM(blurred, sharp, dst, mask);
@@ -115,7 +121,7 @@ int32_t tiltShift(const oxTiltShiftParams& p, const oxImage* src, oxImage* dst, 
     if (!kernel) return 1;
     ImagePtr mask(oxImageCreate(src->width, src->height, OX_GRAY));
     if (!mask) return 1;
-    maskStage(maskBox(a, b), mask.get());  // always 0
+    maskStage(maskBox(a, b), mask.get());
     ImagePtr small(oxImageCreate(work.width, work.height, src->encoding));
     ImagePtr blurred(oxImageCreateAs(src));
     if (!small || !blurred) return 1;

@@ -6,12 +6,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh >&2
-if ! dpkg-query -W -f='${Status}' libopencv-dev 2>/dev/null | grep -q "install ok installed"; then
-  echo "installing: libopencv-dev" >&2
-  sudo=""; [ "$(id -u)" -eq 0 ] || sudo="sudo"
-  $sudo apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq libopencv-dev >/dev/null
-fi
+scripts/apt-install.sh libopencv-dev
 scripts/fetch-photos.sh >/dev/null
 cmake -S . -B build/compare -DCMAKE_BUILD_TYPE=Release -DOX_BUILD_BENCHMARKS=ON \
   -DOX_BUILD_TESTS=OFF -DOX_BUILD_TOOLS=OFF >/dev/null

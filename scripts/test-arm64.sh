@@ -13,22 +13,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 dir=${1:-build/arm64}
 
-sudo=""; [ "$(id -u)" -eq 0 ] || sudo="sudo"
-apt_install() {
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq -o DPkg::Lock::Timeout=600 "$@" >/dev/null
-}
-packages=(g++-aarch64-linux-gnu qemu-user libc6:arm64 libstdc++6:arm64
-          libgtest-dev:arm64 libpng-dev:arm64 libjpeg-dev:arm64)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if ((${#missing[@]})); then
-  echo "installing: ${missing[*]}"
-  dpkg --print-foreign-architectures | grep -qx arm64 || $sudo dpkg --add-architecture arm64
-  $sudo apt-get update -qq -o DPkg::Lock::Timeout=600
-  apt_install "${missing[@]}"
-fi
+scripts/apt-install.sh g++-aarch64-linux-gnu qemu-user libc6:arm64 libstdc++6:arm64 \
+  libgtest-dev:arm64 libpng-dev:arm64 libjpeg-dev:arm64
 
 scripts/fetch-photos.sh >/dev/null
 cmake -S . -B "$dir" -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/aarch64-linux-gnu.cmake" -DCMAKE_BUILD_TYPE=Release \

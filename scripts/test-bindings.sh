@@ -7,17 +7,7 @@
 #                                            runs the tests in its suite)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-packages=(mono-mcs mono-runtime python3-numpy python3-pytest)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if ((${#missing[@]})); then
-  echo "installing: ${missing[*]}"
-  sudo=""; [ "$(id -u)" -eq 0 ] || sudo="sudo"
-  $sudo apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
-fi
+scripts/apt-install.sh mono-mcs mono-runtime python3-numpy python3-pytest
 # Debian's interpreter has the packages above; another python3 may come first on PATH.
 for tool in mcs mono; do
   command -v "$tool" >/dev/null || { echo "test-bindings: $tool is missing" >&2; exit 1; }

@@ -1,24 +1,21 @@
 // Box blur on 12-megapixel images, each fast path against the plain
-// reference (the path narrowed with limitIsa).
+// reference.
 #include <benchmark/benchmark.h>
 
-#include "core/detail/isa.hpp"
+#include "path_cap.hpp"
 #include "support/test_support.hpp"
 
 namespace {
 
-using ox::detail::Isa;
-
 void runBlur(benchmark::State& state, int32_t encoding, int32_t radius) {
     constexpr int32_t kWidth = 4000, kHeight = 3000;
-    ox::detail::limitIsa(static_cast<Isa>(state.range(0)));
+    oxbench::PathCap cap(state);
+    if (!cap) return;
     auto src = oxtest::noise(kWidth, kHeight, encoding, OX_8U, 1);
     auto dst = oxtest::make(kWidth, kHeight, encoding);
     const oxBlurParams params{radius, radius};
     for (auto _ : state) benchmark::DoNotOptimize(oxBlurFilter(&params, src.get(), dst.get(), nullptr));
     state.SetItemsProcessed(state.iterations() * kWidth * kHeight);
-    state.SetLabel(ox::detail::isaName(ox::detail::activeIsa()));
-    ox::detail::limitIsa(Isa::Avx2);
 }
 
 void BM_BoxBlurRadius3Gray(benchmark::State& state) { runBlur(state, OX_GRAY, 3); }

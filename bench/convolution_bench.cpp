@@ -4,30 +4,22 @@
 // by the processor), and radius 2 on a 256x256x64 8-bit volume.
 #include <benchmark/benchmark.h>
 
-#include "core/detail/isa.hpp"
+#include "path_cap.hpp"
 #include "support/test_support.hpp"
 
 namespace {
 
 constexpr int32_t kWidth = 1024, kHeight = 768;
 
-using ox::detail::Isa;
-
 // Runs the filter on the path the benchmark's argument names.
 void timeGaussian(benchmark::State& state, int32_t encoding, int32_t type) {
-    const auto isa = static_cast<Isa>(state.range(0));
-    if (isa > ox::detail::detectedIsa()) {
-        state.SkipWithError("path not available on this processor");
-        return;
-    }
-    ox::detail::limitIsa(isa);
-    state.SetLabel(ox::detail::isaName(isa));
+    oxbench::PathCap cap(state);
+    if (!cap) return;
     auto src = oxtest::noise(kWidth, kHeight, encoding, type, 1);
     auto dst = oxtest::make(kWidth, kHeight, encoding, type);
     oxtest::Kernel kernel(oxSepKernelGaussian(10));
     for (auto _ : state) benchmark::DoNotOptimize(oxSeparableConvolutionFilter(src.get(), dst.get(), kernel.get()));
     state.SetItemsProcessed(state.iterations() * kWidth * kHeight);
-    ox::detail::limitIsa(Isa::Avx2);
 }
 
 void BM_GaussianRadius10Bgr(benchmark::State& state) { timeGaussian(state, OX_BGR, OX_8U); }

@@ -2,21 +2,10 @@
 // back, as the painterly effect does.
 #include <benchmark/benchmark.h>
 
-#include "core/detail/isa.hpp"
+#include "path_cap.hpp"
 #include "support/test_support.hpp"
 
 namespace {
-
-using ox::detail::Isa;
-
-// Runs the benchmark on one instruction-set path (argument `isa`: 0 the
-// plain loops, 1 portable, 2 AVX2) and restores the widest afterwards.
-template <class F> void onPath(benchmark::State& state, int64_t isa, F&& body) {
-    if (isa > static_cast<int64_t>(ox::detail::detectedIsa())) return state.SkipWithError("path not available");
-    ox::detail::limitIsa(static_cast<Isa>(isa));
-    body();
-    ox::detail::limitIsa(Isa::Avx2);
-}
 
 // The 12-megapixel colour resize to the working size (down) and back (up),
 // each path against the plain loops.
@@ -27,9 +16,9 @@ void BM_ResizeBgr12MP(benchmark::State& state) {
     auto small = oxtest::noise(1024, 768, OX_BGR, OX_8U, 2);
     const oxImage* src = up ? small.get() : big.get();
     oxImage* dst = up ? big.get() : small.get();
-    onPath(state, state.range(2), [&] {
-        for (auto _ : state) benchmark::DoNotOptimize(oxResize(src, dst, mode, nullptr));
-    });
+    oxbench::PathCap cap(state, 2);
+    if (!cap) return;
+    for (auto _ : state) benchmark::DoNotOptimize(oxResize(src, dst, mode, nullptr));
     state.SetItemsProcessed(state.iterations() * int64_t{dst->width} * dst->height);
 }
 BENCHMARK(BM_ResizeBgr12MP)
@@ -66,14 +55,13 @@ BENCHMARK(BM_LensDistortionCropBgr)->Unit(benchmark::kMillisecond);
 // (0 reference, 1 baseline, 2 AVX2), argument 1 the crop flag.
 void BM_LensDistortion12MP(benchmark::State& state) {
     constexpr int32_t kWidth = 4000, kHeight = 3000;
-    ox::detail::limitIsa(static_cast<Isa>(state.range(0)));
+    oxbench::PathCap cap(state);
+    if (!cap) return;
     auto src = oxtest::noise(kWidth, kHeight, OX_BGR, OX_8U, 3);
     auto dst = oxtest::make(kWidth, kHeight, OX_BGR);
     const oxLensDistortionParams params{0.2f, 0.5f, 0.5f, static_cast<int32_t>(state.range(1))};
     for (auto _ : state) benchmark::DoNotOptimize(oxLensDistortionFilter(&params, src.get(), dst.get(), nullptr));
     state.SetItemsProcessed(state.iterations() * kWidth * kHeight);
-    state.SetLabel(ox::detail::isaName(ox::detail::activeIsa()));
-    ox::detail::limitIsa(Isa::Avx2);
 }
 BENCHMARK(BM_LensDistortion12MP)->ArgsProduct({{0, 1, 2}, {1, 0}})->Unit(benchmark::kMillisecond);
 

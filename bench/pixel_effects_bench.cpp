@@ -2,24 +2,19 @@
 // against its plain reference (argument: 0 reference, 1 baseline, 2 AVX2).
 #include <benchmark/benchmark.h>
 
-#include "core/detail/isa.hpp"
+#include "path_cap.hpp"
 #include "support/test_support.hpp"
 
 namespace {
 
 constexpr int32_t kWidth = 4000, kHeight = 3000;
 
-class PathCap {
-public:
-    explicit PathCap(const benchmark::State& state) {
-        ox::detail::limitIsa(static_cast<ox::detail::Isa>(state.range(0)));
-    }
-    ~PathCap() { ox::detail::limitIsa(ox::detail::Isa::Avx2); }
-};
+using oxbench::PathCap;
 
 // In place, as the last stage of the simplification runs it.
 void BM_PathSaturateBgr(benchmark::State& state) {
     PathCap cap(state);
+    if (!cap) return;
     auto img = oxtest::noise(kWidth, kHeight, OX_BGR, OX_8U, 1);
     const oxSaturateParams p{0.3f};
     for (auto _ : state) benchmark::DoNotOptimize(oxSaturateFilter(&p, img.get(), img.get(), nullptr));
@@ -28,6 +23,7 @@ BENCHMARK(BM_PathSaturateBgr)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 
 void BM_PathFocusMask(benchmark::State& state) {
     PathCap cap(state);
+    if (!cap) return;
     auto mask = oxtest::make(kWidth, kHeight, OX_GRAY);
     const oxFocusMaskParams box{0.2f, 0.4f, 0.8f, 0.6f};
     for (auto _ : state) benchmark::DoNotOptimize(oxFocusMaskFill(&box, mask.get()));

@@ -1,24 +1,21 @@
 // High boost as the Simplify effect runs it (radius 3, gain 0.9, maxRatio 2)
 // on a 12-megapixel colour image, in place, each path against the plain
-// reference (the path narrowed with limitIsa).
+// reference.
 #include <benchmark/benchmark.h>
 
-#include "core/detail/isa.hpp"
+#include "path_cap.hpp"
 #include "support/test_support.hpp"
 
 namespace {
 
-using ox::detail::Isa;
-
 void BM_HighBoostInPlace12MP(benchmark::State& state) {
     constexpr int32_t kWidth = 4000, kHeight = 3000;
-    ox::detail::limitIsa(static_cast<Isa>(state.range(0)));
+    oxbench::PathCap cap(state);
+    if (!cap) return;
     const oxHighBoostParams p{1, {3, 3}, 0.9f, 2.0f};
     auto img = oxtest::noise(kWidth, kHeight, OX_BGR, OX_8U, 2);
     for (auto _ : state) benchmark::DoNotOptimize(oxHighBoostFilter(&p, img.get(), img.get(), nullptr));
     state.SetItemsProcessed(state.iterations() * kWidth * kHeight);
-    state.SetLabel(ox::detail::isaName(ox::detail::activeIsa()));
-    ox::detail::limitIsa(Isa::Avx2);
 }
 // Argument: the path cap (0 reference, 1 baseline, 2 AVX2).
 BENCHMARK(BM_HighBoostInPlace12MP)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);

@@ -226,30 +226,20 @@ template <class F> void visitPair(int32_t from, int32_t to, F&& f) {
 namespace ox::detail {
 
 Status bytesToFloats(ConstView<uint8_t> src, View<float> dst) noexcept {
-    if (src.empty()) return Status::Ok;
     auto row = useReference() ? bytesToFloatsReference : bytesToFloatsBaseline;
 #if OX_HAVE_AVX2_PATH
     if (useAvx2()) row = bytesToFloatsAvx2;
 #endif
-    if (src.stride == src.rowElements() && dst.stride == dst.rowElements()) {
-        row(src.data, dst.data, src.rowElements() * src.height);
-        return Status::Ok;
-    }
-    for (int32_t y = 0; y < src.height; ++y) row(src.row(y), dst.row(y), src.rowElements());
+    forEachRow(src, dst, row);
     return Status::Ok;
 }
 
 Status floatsToBytes(ConstView<float> src, View<uint8_t> dst) noexcept {
-    if (src.empty()) return Status::Ok;
     auto row = useReference() ? floatsToBytesReference : floatsToBytesBaseline;
 #if OX_HAVE_AVX2_PATH
     if (useAvx2()) row = floatsToBytesAvx2;
 #endif
-    if (src.stride == src.rowElements() && dst.stride == dst.rowElements()) {
-        row(src.data, dst.data, src.rowElements() * src.height);
-        return Status::Ok;
-    }
-    for (int32_t y = 0; y < src.height; ++y) row(src.row(y), dst.row(y), src.rowElements());
+    forEachRow(src, dst, row);
     return Status::Ok;
 }
 

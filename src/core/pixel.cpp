@@ -160,11 +160,6 @@ OX_TARGET_AVX2 void invertRowAvx2(const uint8_t* s, uint8_t* d, int64_t n) noexc
 }
 #endif
 
-// Packed rows on both sides are one run of bytes.
-template <class A, class B> bool packed(const View<A>& a, const View<B>& b) noexcept {
-    return a.stride == a.rowElements() && b.stride == b.rowElements();
-}
-
 }  // namespace
 
 namespace ox::detail {
@@ -181,7 +176,6 @@ Status fillPixels(View<uint8_t> dst, uint8_t value) noexcept {
 }
 
 Status invertPixels(ConstView<uint8_t> src, View<uint8_t> dst) noexcept {
-    if (src.empty()) return Status::Ok;
     auto row = useReference() ? invertRowReference : invertBytes;
 #if OX_HAVE_AVX2_PATH
     if (useAvx2()) row = invertRowAvx2;
@@ -189,11 +183,7 @@ Status invertPixels(ConstView<uint8_t> src, View<uint8_t> dst) noexcept {
     // In place or apart, every byte depends on its own source byte only; a
     // partial overlap keeps the plain forward order.
     if (overlap(src, dst)) row = invertRowReference;
-    if (packed(src, dst)) {
-        row(src.data, dst.data, src.rowElements() * src.height);
-        return Status::Ok;
-    }
-    for (int32_t y = 0; y < src.height; ++y) row(src.row(y), dst.row(y), src.rowElements());
+    forEachRow(src, dst, row);
     return Status::Ok;
 }
 

@@ -60,15 +60,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     choice.usualType = c.PickValueInArray(kTypes);
     OwnedImage src, other;
     if (!fuzzImage(c, src, choice, fill)) return 0;
-    oxImage* dst = src.get();
-    if (!inPlace) {
-        if (c.ConsumeBool()) {
-            if (!makeImage(other, src->width, src->height, src->encoding, src->type, {})) return 0;
-        } else if (!fuzzImage(c, other, choice, {})) {
-            return 0;
-        }
-        dst = other.get();
-    }
+    oxImage* dst = fuzzDestination(c, inPlace, src, other, choice);
+    if (!dst) return 0;
     const std::vector<uint8_t> before = snapshot(src), dstBefore = inPlace ? before : snapshot(other);
     auto run = [&] {
         switch (worker) {

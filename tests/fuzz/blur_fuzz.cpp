@@ -79,15 +79,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     choice.anyRoiAllowed = false;
     OwnedImage src, other;
     if (!fuzzImage(p, src, choice, fill)) return 0;
-    oxImage* dst = src.get();
-    if (!inPlace) {
-        if (p.ConsumeBool()) {
-            if (!makeImage(other, src->width, src->height, src->encoding, src->type, {})) return 0;
-        } else if (!fuzzImage(p, other, choice, {})) {
-            return 0;
-        }
-        dst = other.get();
-    }
+    oxImage* dst = fuzzDestination(p, inPlace, src, other, choice);
+    if (!dst) return 0;
     const std::vector<uint8_t> before = snapshot(src);
     const int32_t flag = abortValue;
     const volatile int32_t* abortFlag = abortValue < 0 ? nullptr : &flag;

@@ -16,6 +16,7 @@
 #include <memory>
 #include <vector>
 
+#include "core/detail/pixel_types.hpp"
 #include "ox_image.h"
 
 namespace oxfuzz {
@@ -96,28 +97,10 @@ inline int32_t side(FuzzedDataProvider& in, int32_t maxSmall, int32_t maxLarge) 
     return in.ConsumeIntegralInRange<int32_t>(0, maxSmall);
 }
 
-inline int64_t channels(int32_t encoding) {
-    switch (encoding) {
-    case OX_GRAY: return 1;
-    case OX_BGR:
-    case OX_RGB: return 3;
-    case OX_ARGB:
-    case OX_RGBA: return 4;
-    default: return 0;
-    }
-}
-
-inline int64_t elementBytes(int32_t type) {
-    switch (type) {
-    case OX_8U: return 1;
-    case OX_16U: return 2;
-    case OX_32S:
-    case OX_32U:
-    case OX_32F: return 4;
-    case OX_64F: return 8;
-    default: return 0;
-    }
-}
+// Channels and element bytes as the library counts them; 0 for a code it
+// does not know.
+inline int64_t channels(int32_t encoding) { return std::max(ox::detail::channelCount(encoding), 0); }
+inline int64_t elementBytes(int32_t type) { return ox::detail::elementSize(type); }
 
 // Bytes an image of this geometry holds; 0 for a negative size, an invalid
 // encoding or an unknown type.
@@ -269,6 +252,20 @@ inline bool fuzzImage(FuzzedDataProvider& in, OwnedImage& out, const ImageChoice
     if (verbose())
         std::fprintf(stderr, "  roi {%d, %d, %d, %d}\n", out->roi.x, out->roi.y, out->roi.width, out->roi.height);
     return true;
+}
+
+// The destination of a filter that may run in place: `src` itself, or
+// `other` made either with src's geometry (the usual call) or as any image.
+// Null when `other` cannot be made.
+inline oxImage* fuzzDestination(FuzzedDataProvider& in, bool inPlace, const OwnedImage& src, OwnedImage& other,
+                                const ImageChoice& c) {
+    if (inPlace) return src.img;
+    if (in.ConsumeBool()) {
+        if (!makeImage(other, src->width, src->height, src->encoding, src->type, {})) return nullptr;
+    } else if (!fuzzImage(in, other, c, {})) {
+        return nullptr;
+    }
+    return other.img;
 }
 
 // A copy of the bytes an image holds, to show later that a call left them.

@@ -35,4 +35,16 @@ template <class A, class B> bool overlap(const View<A>& a, const View<B>& b) noe
     return a0 < b1 && b0 < a1;
 }
 
+// Runs an element-wise row kernel row(s, d, n) over two views of the same
+// shape: once over the whole buffer when both are packed (one long run
+// keeps the vector loop busy past row ends), else row by row.
+template <class S, class D, class Row> void forEachRow(const View<S>& src, const View<D>& dst, Row row) noexcept {
+    if (src.empty()) return;
+    if (src.stride == src.rowElements() && dst.stride == dst.rowElements()) {
+        row(src.data, dst.data, src.rowElements() * src.height);
+        return;
+    }
+    for (int32_t y = 0; y < src.height; ++y) row(src.row(y), dst.row(y), src.rowElements());
+}
+
 }  // namespace ox::detail

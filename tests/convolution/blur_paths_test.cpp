@@ -3,7 +3,6 @@
 // layouts, radii with and without a 16-bit divider, in place and not.
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
 #include <vector>
 
@@ -14,13 +13,6 @@ using namespace oxtest;
 using namespace ox::detail;
 
 namespace {
-
-std::vector<uint8_t> noiseBytes(size_t n, uint32_t seed) {
-    std::mt19937 rng(seed);
-    std::vector<uint8_t> v(n);
-    for (uint8_t& b : v) b = static_cast<uint8_t>(rng());
-    return v;
-}
 
 struct Layout {
     int32_t srcChannels, dstChannels;
@@ -54,8 +46,8 @@ TEST(BoxBlurPaths, EveryFormMatchesTheReference) {
                                                  " w" + std::to_string(w) + " r" + std::to_string(rx) + "," +
                                                  std::to_string(ry) + (inPlace ? " in place" : "");
                         expectSameOnEveryPath(what, [&] {
-                            std::vector<uint8_t> src = noiseBytes(size_t(w) * h * l.srcChannels, w * 31u + rx);
-                            std::vector<uint8_t> dst = noiseBytes(size_t(w) * h * l.dstChannels, 7);
+                            std::vector<uint8_t> src = noiseValues<uint8_t>(size_t(w) * h * l.srcChannels, w * 31u + rx);
+                            std::vector<uint8_t> dst = noiseValues<uint8_t>(size_t(w) * h * l.dstChannels, 7);
                             std::vector<uint8_t>& out = inPlace ? src : dst;
                             const View<uint8_t> s{src.data(), w, h, l.srcChannels, int64_t{w} * l.srcChannels};
                             const View<uint8_t> d{out.data(), w, h, l.dstChannels, int64_t{w} * l.dstChannels};
@@ -73,7 +65,7 @@ TEST(BoxBlurPaths, AbortBeforeTheFirstRowWritesNothing) {
     const int32_t stop = 1;
     for (Isa isa : availableIsas()) {
         IsaScope scope(isa);
-        std::vector<uint8_t> src = noiseBytes(40 * 9 * 3, 1), dst(40 * 9 * 3, 7);
+        std::vector<uint8_t> src = noiseValues<uint8_t>(40 * 9 * 3, 1), dst(40 * 9 * 3, 7);
         const View<uint8_t> s{src.data(), 40, 9, 3, 120}, d{dst.data(), 40, 9, 3, 120};
         EXPECT_EQ(boxBlurColour(s, {{0, 1, 2}}, d, {{0, 1, 2}}, 3, 3, &stop), Status::Aborted);
         EXPECT_EQ(boxBlurPlane(s, d, 0, 2, &stop), Status::Aborted);
@@ -87,7 +79,7 @@ TEST(BoxBlurPaths, SumsPastFloatPrecisionRoundAsTheReference) {
     const int32_t w = 70000, r = 40000;
     for (int32_t channels : {1, 3})
         expectSameOnEveryPath("radius 40000, " + std::to_string(channels) + " channels", [&] {
-            std::vector<uint8_t> src = noiseBytes(size_t(w) * 2 * channels, 3), dst(src.size(), 0);
+            std::vector<uint8_t> src = noiseValues<uint8_t>(size_t(w) * 2 * channels, 3), dst(src.size(), 0);
             for (uint8_t& b : src) b = static_cast<uint8_t>(200 + b % 56);
             const View<uint8_t> s{src.data(), w, 2, channels, int64_t{w} * channels};
             const View<uint8_t> d{dst.data(), w, 2, channels, int64_t{w} * channels};

@@ -4,7 +4,6 @@
 // targets sit inside a larger buffer, whose margin must come back as it was.
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
 #include <vector>
 
@@ -35,20 +34,13 @@ std::vector<Shape> shapes() {
     return out;
 }
 
-template <class T> std::vector<T> noiseOf(size_t n, uint32_t seed) {
-    std::mt19937 rng(seed);
-    std::vector<T> v(n);
-    for (T& x : v) x = static_cast<T>(rng() % 256);
-    return v;
-}
-
 // Resizes a seeded source of `channels` into a target with a margin of
 // three pixels and two rows around it; returns the whole target buffer.
 template <class T, class Op> std::vector<uint8_t> run(const Shape& s, int32_t channels, Op op) {
     const int64_t srcStride = int64_t{s.sw + 2} * channels;
-    const std::vector<T> src = noiseOf<T>(static_cast<size_t>(srcStride * (s.sh + 1)), 11);
+    const std::vector<T> src = noiseValues<T>(static_cast<size_t>(srcStride * (s.sh + 1)), 11);
     const int64_t dstStride = int64_t{s.dw + 6} * channels;
-    std::vector<T> dst = noiseOf<T>(static_cast<size_t>(dstStride * (s.dh + 4)), 12);
+    std::vector<T> dst = noiseValues<T>(static_cast<size_t>(dstStride * (s.dh + 4)), 12);
     const ConstView<T> from = ConstView<T>{src.data(), s.sw + 2, s.sh + 1, channels, srcStride}.sub(2, 1, s.sw, s.sh);
     const View<T> to = View<T>{dst.data(), s.dw + 6, s.dh + 4, channels, dstStride}.sub(3, 2, s.dw, s.dh);
     EXPECT_EQ(op(from, to), ox::detail::Status::Ok);

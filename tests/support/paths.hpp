@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,15 @@ inline std::vector<int32_t> awkwardWidths() {
     for (int32_t w = 1; w <= 33; ++w) out.push_back(w);
     out.push_back(1031);
     return out;
+}
+
+// n seeded values 0..255 as T: the bytes of a random picture, or the same
+// values as floats for the float paths.
+template <class T> std::vector<T> noiseValues(size_t n, uint32_t seed) {
+    std::mt19937 rng(seed);
+    std::vector<T> v(n);
+    for (T& x : v) x = static_cast<T>(rng() % 256);
+    return v;
 }
 
 // Runs `run` (which returns the output bytes) on every path and expects the

@@ -3,6 +3,8 @@
 // widths, every colour layout, in place and into another encoding.
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -62,5 +64,20 @@ TEST(TonePaths, EnhanceEntryMatchesTheReference) {
                 Image dst = make(w, 11, OX_BGR);
                 EXPECT_EQ(oxYewEnhance(w, 11, src->data, dst->data, steepness), 0);
                 return bytesOf(dst.get());
+            });
+}
+
+// The transfer table (the AVX2 rows convert, clamp and pack 32 entries at
+// a time) for curves whose gains run negative, past 255, infinite or NaN.
+TEST(TonePaths, TransferTablesMatchTheReference) {
+    const oxTransferEnhanceParams params[] = {{0.3f, 1.4f, 7}, {4.0f, 0.2f, 7},  {-0.7f, 1.0f, 7},
+                                              {1e-30f, 3.0f, 7}, {0.3f, -2.0f, 7}, {0.3f, NAN, 7}};
+    for (const oxTransferEnhanceParams& p : params)
+        for (float sum : {0.0f, 2000.0f, 9000.0f, 1e30f})
+            expectSameOnEveryPath("steepness " + std::to_string(p.steepness) + " sum " + std::to_string(sum), [&] {
+                const oxTransferEnhanceStats stats{sum, 64.0f};
+                auto out = std::make_unique<oxTransferEnhanceAddParams>();
+                oxTransferEnhanceAddParamsCompute(&stats, &p, out.get());
+                return std::vector<uint8_t>(std::begin(out->gainTable), std::end(out->gainTable));
             });
 }

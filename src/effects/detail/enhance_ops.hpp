@@ -9,6 +9,8 @@
 #include <cstdint>
 
 #include "core/detail/status.hpp"
+#include "effects/detail/stage_transfer.hpp"
+#include "effects/detail/tone_kernels.hpp"
 #include "ox_color_correction.h"
 #include "ox_contrast.h"
 #include "ox_image.h"
@@ -42,5 +44,16 @@ int32_t fillLightStage(double amount, const oxImage* base, const oxImage* light,
                        AbortFlag abortFlag);
 int32_t sharpenStage(double amount, const oxImage* source, const oxImage* mask, oxImage* destination,
                      AbortFlag abortFlag);
+
+// The contrast stage's table for an image of `pixels` pixels whose
+// brightness values occur as `counts`: the statistics its Filter gathers
+// and the table it computes from them.
+void contrastTable(const BrightnessCounts& counts, int64_t pixels, const oxContrastEnhanceParams& params,
+                   uint8_t* table) noexcept;
+
+// The transfer stage's curve for a running brightness sum over an image of
+// width x height pixels, as its Filter computes it.
+TransferCurve transferCurveOf(float brightnessSum, int32_t width, int32_t height,
+                              const oxTransferEnhanceParams& params) noexcept;
 
 }  // namespace ox::detail

@@ -1,6 +1,8 @@
 // The tone stages on a 12-megapixel BGR image.
 #include <benchmark/benchmark.h>
 
+#include <cstdlib>
+
 #include "core/detail/isa.hpp"
 #include "support/test_support.hpp"
 
@@ -42,6 +44,23 @@ void BM_FillLight(benchmark::State& state) {
     oxFillLightParamsRelease(&p);
 }
 BENCHMARK(BM_FillLight)->Unit(benchmark::kMillisecond);
+
+// The transfer table alone (65536 clamped products), per path: argument
+// 0 reference, 1 baseline, 2 AVX2.
+void BM_TransferTable(benchmark::State& state) {
+    ox::detail::limitIsa(static_cast<ox::detail::Isa>(state.range(0)));
+    const oxTransferEnhanceParams params{0.3f, 1.4f, 7};
+    const oxTransferEnhanceStats stats{1.2e9f, 1.2e7f};
+    auto* out = static_cast<oxTransferEnhanceAddParams*>(std::malloc(sizeof(oxTransferEnhanceAddParams)));
+    for (auto _ : state) {
+        oxTransferEnhanceAddParamsCompute(&stats, &params, out);
+        benchmark::DoNotOptimize(out->gainTable[255 * 256 + 128]);
+    }
+    std::free(out);
+    state.SetLabel(ox::detail::isaName(ox::detail::activeIsa()));
+    ox::detail::limitIsa(ox::detail::Isa::Avx2);
+}
+BENCHMARK(BM_TransferTable)->DenseRange(0, 2)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 

@@ -18,32 +18,25 @@ struct Table {
     uint8_t v[256];
 };
 
-void emptyStats(oxContrastEnhanceStats& stats, const oxImage* image) {
+void emptyStats(oxContrastEnhanceStats& stats, int64_t pixels) {
     std::fill(std::begin(stats.histogram), std::end(stats.histogram), 0.0f);
-    stats.pixelCount = static_cast<float>(static_cast<int64_t>(image->height) * image->width);
+    stats.pixelCount = static_cast<float>(pixels);
 }
+
+int64_t pixelsOf(const oxImage* image) { return static_cast<int64_t>(image->height) * image->width; }
 
 // The histogram is a float sum of ones, which stops growing at 2^24
 // (16777216 + 1 rounds back to 16777216). Counting in integers and capping
-// there gives the same bins without a float add per pixel. Neighbouring
-// pixels count into four separate tables, so runs of equal brightness do
-// not wait on one counter.
-struct Counts {
-    uint64_t lane[4][256] = {};
-
-    void store(oxContrastEnhanceStats& stats) const {
-        constexpr uint64_t kFloatCountLimit = uint64_t{1} << 24;
-        for (int i = 0; i < 256; ++i) {
-            const uint64_t n = lane[0][i] + lane[1][i] + lane[2][i] + lane[3][i];
-            stats.histogram[i] = static_cast<float>(std::min(n, kFloatCountLimit));
-        }
-    }
-};
+// there gives the same bins without a float add per pixel.
+void storeCounts(const BrightnessCounts& counts, oxContrastEnhanceStats& stats) {
+    constexpr uint64_t kFloatCountLimit = uint64_t{1} << 24;
+    for (int32_t i = 0; i < 256; ++i) stats.histogram[i] = static_cast<float>(std::min(counts.total(i), kFloatCountLimit));
+}
 
 int32_t retrieve(oxContrastEnhanceStats& stats, const oxImage* image, AbortFlag abortFlag) {
-    emptyStats(stats, image);
+    emptyStats(stats, pixelsOf(image));
     if (oxImageGetNChannel(image) < 1 || !walkable(image)) return code(Status::Refused);
-    Counts counts;
+    BrightnessCounts counts;
     const ColourBytes px = colourBytes(image);
     for (int32_t y = 0; y < image->height; ++y) {
         if (abortRequested(abortFlag)) return code(Status::Aborted);
@@ -51,11 +44,10 @@ int32_t retrieve(oxContrastEnhanceStats& stats, const oxImage* image, AbortFlag 
         if (px.step > 1) {
             forEachBrightness(px, y, image->width, [&counts](int32_t x, uint8_t v) { ++counts.lane[x & 3][v]; });
         } else {
-            const uint8_t* p = px.rowAt(y);
-            for (int32_t x = 0; x < image->width; ++x) ++counts.lane[x & 3][p[x]];
+            counts.add(px.rowAt(y), image->width);
         }
     }
-    counts.store(stats);
+    storeCounts(counts, stats);
     return code(Status::Ok);
 }
 
@@ -157,6 +149,18 @@ int32_t applyTapped(const uint8_t* table, const oxImage* source, oxImage* destin
     return code(Status::Ok);
 }
 
+}  // namespace
+
+void ox::detail::contrastTable(const BrightnessCounts& counts, int64_t pixels, const oxContrastEnhanceParams& params,
+                               uint8_t* table) noexcept {
+    oxContrastEnhanceStats stats;
+    emptyStats(stats, pixels);
+    storeCounts(counts, stats);
+    compute(stats, params, table);
+}
+
+namespace {
+
 struct ContrastStage {
     using Params = oxContrastEnhanceParams;
     using Stats = oxContrastEnhanceStats;
@@ -198,7 +202,7 @@ OX_API oxContrastEnhanceStats* oxContrastEnhanceStatsCreate(void) { return alloc
 OX_API void oxContrastEnhanceStatsRelease(oxContrastEnhanceStats** stats) { releaseRecord(stats); }
 
 OX_API void oxContrastEnhanceStatsInit(oxContrastEnhanceStats* stats, const oxImage* image) {
-    if (stats != nullptr && image != nullptr) emptyStats(*stats, image);
+    if (stats != nullptr && image != nullptr) emptyStats(*stats, pixelsOf(image));
 }
 
 OX_API int32_t oxContrastEnhanceStatsRetrieve(oxContrastEnhanceStats* stats, const oxImage* image,

@@ -13,6 +13,7 @@
 #include "effects/detail/enhance_stages.hpp"
 #include "effects/detail/entry.hpp"
 #include "effects/detail/stage.hpp"
+#include "effects/detail/stage_pixels.hpp"
 #include "ox_color_correction.h"
 #include "ox_elementwise.h"
 #include "ox_enhance.h"
@@ -57,6 +58,83 @@ int32_t blendWithWeights(const oxImage* unprocessed, oxImage* destination, const
     return oxAddWeigthedM(unprocessed, destination, destination, weights);
 }
 
+// The colour bytes of a three-channel image as a packed view.
+View<uint8_t> packedColour(const oxImage* img) noexcept {
+    return {img->data, img->width, img->height, 3, static_cast<int64_t>(img->width) * 3};
+}
+
+bool samePlaces(const ColourBytes& a, const ColourBytes& b) noexcept { return a.b == b.b && a.g == b.g && a.r == b.r; }
+
+// Each byte of a three-byte pixel is one of its colour channels.
+bool everyByteColour(const ColourBytes& c) noexcept {
+    const auto inPixel = [](int32_t at) { return at >= 0 && at <= 2; };
+    return c.step == 3 && inPixel(c.b) && inPixel(c.g) && inPixel(c.r) && c.b != c.g && c.g != c.r && c.b != c.r;
+}
+
+// Contrast at full weight and then transfer run as one walk
+// (contrastThenTransfer) only where the stages' own checks all pass: both
+// images packed three-byte colour with every byte a colour channel, in the
+// same places; a blur that fits; the same pixels or none shared; and the
+// mix, which at weight 255 copies the destination onto itself, succeeding
+// (asked first: its status depends on the destination's record only, and
+// it changes no byte).
+bool oneWalkApplies(const oxEnhanceParamsInner& s, const oxImage* working, oxImage* destination) {
+    if (useReference() || contrastMixWeight(s.contrastWeight) != 255 || !(s.transfer->steepness > 0.0f)) return false;
+    if (!isColour(working) || !isColour(destination) || !walkable(working) || !walkable(destination)) return false;
+    if (!hasPixels(working) || working->width != destination->width || working->height != destination->height)
+        return false;
+    const ColourBytes w = colourBytes(working), d = colourBytes(destination);
+    if (!everyByteColour(w) || d.step != 3 || !samePlaces(w, d)) return false;
+    const int32_t radius = s.transfer->radius;
+    if (radius >= 1 && (working->width <= radius || working->height <= radius)) return false;
+    const int64_t bytes = w.rowBytes * working->height;
+    const bool shared = w.data < d.data + bytes && d.data < w.data + bytes;
+    if (shared && w.data != d.data) return false;
+    return mixContrast(working, destination, 255) == 0;
+}
+
+// The contrast stage, its mix and the transfer stage, each where switched
+// on; `working` becomes the destination once one has written it.
+int32_t contrastAndTransfer(const oxEnhanceParamsInner& s, const oxImage*& working, oxImage* destination,
+                            AbortFlag abortFlag) {
+    if (s.contrastWeight > 0.0f && oneWalkApplies(s, working, destination)) {
+        bool declined = false;
+        const Status r = contrastThenTransfer(packedColour(working), packedColour(destination), *s.contrast,
+                                              *s.transfer, abortFlag, declined);
+        if (!declined) {
+            working = destination;
+            return code(r);
+        }
+    }
+    // With the mix weight at 255 the mix leaves the contrast output as it is,
+    // so the contrast stage can gather the brightness the transfer stage
+    // reads next while it writes the pixels.
+    BrightnessTap tap;
+    Buffer tapPlane;
+    if (s.contrastWeight > 0.0f && contrastMixWeight(s.contrastWeight) == 255 && s.transfer->steepness > 0.0f) {
+        const Count bytes = checkedProduct({working->width, working->height});
+        if (bytes && *bytes > 0) tapPlane = allocateBuffer(static_cast<size_t>(*bytes));
+        tap.plane = tapPlane.get();
+    }
+    if (s.contrastWeight > 0.0f) {
+        if (const int32_t r = contrastStage(*s.contrast, working, nullptr, destination, abortFlag,
+                                            tap.plane ? &tap : nullptr);
+            r != 0)
+            return r;
+        // Deliberate: once the working image is the destination this mixes
+        // the destination with itself, which can lower values by one.
+        const uint8_t w = contrastMixWeight(s.contrastWeight);
+        if (const int32_t r = mixContrast(working, destination, w); r != 0) return r;
+        working = destination;
+    }
+    if (s.transfer->steepness > 0.0f) {
+        if (const int32_t r = transferStage(*s.transfer, working, nullptr, destination, abortFlag, &tap); r != 0)
+            return r;
+        working = destination;
+    }
+    return code(Status::Ok);
+}
+
 int32_t enhance(const oxEnhanceParams& params, const oxImage* source, const oxImage* weights, oxImage* destination,
                 AbortFlag abortFlag) {
     if (destination->width != source->width || destination->height != source->height) return code(Status::Refused);
@@ -80,32 +158,7 @@ int32_t enhance(const oxEnhanceParams& params, const oxImage* source, const oxIm
         if (const int32_t r = colourCorrectionStage(source, nullptr, destination, abortFlag); r != 0) return r;
         working = destination;
     }
-    // With the mix weight at 255 the mix leaves the contrast output as it is,
-    // so the contrast stage can gather the brightness the transfer stage
-    // reads next while it writes the pixels.
-    BrightnessTap tap;
-    Buffer tapPlane;
-    if (s.contrastWeight > 0.0f && contrastMixWeight(s.contrastWeight) == 255 && s.transfer->steepness > 0.0f) {
-        const Count bytes = checkedProduct({source->width, source->height});
-        if (bytes && *bytes > 0) tapPlane = allocateBuffer(static_cast<size_t>(*bytes));
-        tap.plane = tapPlane.get();
-    }
-    if (s.contrastWeight > 0.0f) {
-        if (const int32_t r = contrastStage(*s.contrast, working, nullptr, destination, abortFlag,
-                                            tap.plane ? &tap : nullptr);
-            r != 0)
-            return r;
-        // Deliberate: once the working image is the destination this mixes
-        // the destination with itself, which can lower values by one.
-        const uint8_t w = contrastMixWeight(s.contrastWeight);
-        if (const int32_t r = mixContrast(working, destination, w); r != 0) return r;
-        working = destination;
-    }
-    if (s.transfer->steepness > 0.0f) {
-        if (const int32_t r = transferStage(*s.transfer, working, nullptr, destination, abortFlag, &tap); r != 0)
-            return r;
-        working = destination;
-    }
+    if (const int32_t r = contrastAndTransfer(s, working, destination, abortFlag); r != 0) return r;
     if (s.fillLight != 0) {
         if (const int32_t r = fillLightStage(s.fillLightParams->amount, unprocessed, working, destination, abortFlag); r != 0)
             return r;

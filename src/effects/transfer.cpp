@@ -20,14 +20,14 @@ namespace {
 // A grey image's pixels as a plane.
 View<uint8_t> planeOf(const oxImage* img) { return {img->data, img->width, img->height, 1, img->width}; }
 
-void initStats(oxTransferEnhanceStats& stats, const oxImage* image) {
+void initStats(oxTransferEnhanceStats& stats, int32_t width, int32_t height) {
     stats.brightnessSum = 0.0f;
-    stats.pixelCount = static_cast<float>(image->height) * static_cast<float>(image->width);
+    stats.pixelCount = static_cast<float>(height) * static_cast<float>(width);
 }
 
 int32_t retrieve(oxTransferEnhanceStats& stats, const oxImage* image, AbortFlag abortFlag) {
     if (!isColour(image) || !walkable(image)) return code(Status::Refused);
-    initStats(stats, image);
+    initStats(stats, image->width, image->height);
     const ColourBytes px = colourBytes(image);
     // One running sum in row-major order, never split into partial sums:
     // once it passes 2^24 every add rounds, and the mean it yields selects
@@ -41,11 +41,15 @@ int32_t retrieve(oxTransferEnhanceStats& stats, const oxImage* image, AbortFlag 
     return code(Status::Ok);
 }
 
+TransferCurve curveOf(const oxTransferEnhanceStats& stats, const oxTransferEnhanceParams& params) {
+    const float mean = stats.brightnessSum / stats.pixelCount;
+    return transferCurve(mean, params.steepness, params.strength);
+}
+
 void compute(const oxTransferEnhanceStats& stats, const oxTransferEnhanceParams& params,
              oxTransferEnhanceAddParams& out) {
     out.radius = params.radius;
-    const float mean = stats.brightnessSum / stats.pixelCount;
-    fillGainTable(transferCurve(mean, params.steepness, params.strength), out.gainTable);
+    fillGainTable(curveOf(stats, params), kByteLevels.v, out.gainTable);
 }
 
 // The mirrored borders of the blur need more pixels than the radius in each
@@ -88,19 +92,10 @@ int32_t apply(const oxTransferEnhanceAddParams& params, const oxImage* source, o
     const uint8_t* neighbourhood = blurred->data;
     if (!useReference() && s.step == 3 && d.step == 3 && s.b == d.b && s.g == d.g && s.r == d.r) {
         // The common layout: one table row per pixel, its three bytes in
-        // place, with the row pointers kept in registers.
+        // place.
         for (int32_t y = 0; y < height; ++y) {
             if (abortRequested(abortFlag)) return code(Status::Aborted);
-            const uint8_t* levels = neighbourhood + static_cast<int64_t>(y) * width;
-            const uint8_t* sp = s.rowAt(y);
-            uint8_t* dp = d.rowAt(y);
-            for (int32_t x = 0; x < width; ++x, sp += 3, dp += 3) {
-                const uint8_t* gains = table + (static_cast<uint32_t>(levels[x]) << 8);
-                const uint8_t b = gains[sp[0]], g = gains[sp[1]], r = gains[sp[2]];
-                dp[0] = b;
-                dp[1] = g;
-                dp[2] = r;
-            }
+            gainLookupRow(s.rowAt(y), neighbourhood + static_cast<int64_t>(y) * width, table, d.rowAt(y), width);
         }
         return code(Status::Ok);
     }
@@ -109,6 +104,18 @@ int32_t apply(const oxTransferEnhanceAddParams& params, const oxImage* source, o
         return [=](uint8_t v, int32_t x, auto) { return table[levels[x] * 256 + v]; };
     });
 }
+
+}  // namespace
+
+TransferCurve ox::detail::transferCurveOf(float brightnessSum, int32_t width, int32_t height,
+                                          const oxTransferEnhanceParams& params) noexcept {
+    oxTransferEnhanceStats stats;
+    initStats(stats, width, height);
+    stats.brightnessSum = brightnessSum;
+    return curveOf(stats, params);
+}
+
+namespace {
 
 struct TransferStage {
     using Params = oxTransferEnhanceParams;
@@ -132,7 +139,7 @@ int32_t ox::detail::transferStage(const oxTransferEnhanceParams& params, const o
     if (!isColour(source) || !walkable(source)) return code(Status::Refused);
     if (abortRequested(abortFlag)) return code(Status::Aborted);
     oxTransferEnhanceStats stats;
-    initStats(stats, source);
+    initStats(stats, source->width, source->height);
     stats.brightnessSum = tap->sum;
     HeapRecord<oxTransferEnhanceAddParams> derived(allocateRecord<oxTransferEnhanceAddParams>());
     if (!derived) return code(Status::Refused);
@@ -155,7 +162,7 @@ OX_API oxTransferEnhanceStats* oxTransferEnhanceStatsCreate(void) { return alloc
 OX_API void oxTransferEnhanceStatsRelease(oxTransferEnhanceStats** stats) { releaseRecord(stats); }
 
 OX_API void oxTransferEnhanceStatsInit(oxTransferEnhanceStats* stats, const oxImage* image) {
-    if (stats != nullptr && image != nullptr) initStats(*stats, image);
+    if (stats != nullptr && image != nullptr) initStats(*stats, image->width, image->height);
 }
 
 OX_API int32_t oxTransferEnhanceStatsRetrieve(oxTransferEnhanceStats* stats, const oxImage* image,

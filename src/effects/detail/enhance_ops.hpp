@@ -9,6 +9,9 @@
 #include <cstdint>
 
 #include "core/detail/status.hpp"
+#include "core/detail/view.hpp"
+#include "effects/detail/stage_transfer.hpp"
+#include "effects/detail/tone_kernels.hpp"
 #include "ox_color_correction.h"
 #include "ox_contrast.h"
 #include "ox_image.h"
@@ -42,5 +45,33 @@ int32_t fillLightStage(double amount, const oxImage* base, const oxImage* light,
                        AbortFlag abortFlag);
 int32_t sharpenStage(double amount, const oxImage* source, const oxImage* mask, oxImage* destination,
                      AbortFlag abortFlag);
+
+// The contrast stage's table for an image of `pixels` pixels whose
+// brightness values occur as `counts`: the statistics its Filter gathers
+// and the table it computes from them.
+void contrastTable(const BrightnessCounts& counts, int64_t pixels, const oxContrastEnhanceParams& params,
+                   uint8_t* table) noexcept;
+
+// The transfer stage's curve for a running brightness sum over an image of
+// width x height pixels, as its Filter computes it.
+TransferCurve transferCurveOf(float brightnessSum, int32_t width, int32_t height,
+                              const oxTransferEnhanceParams& params) noexcept;
+
+// The contrast stage, its output mixed in at weight 255 (which keeps it),
+// then the transfer stage, as one walk over packed three-byte colour: the
+// contrast output is never formed. Its brightness is the table applied to
+// the source's brightness, which holds for a table that never decreases;
+// for any other table nothing is done and `declined` is set (the caller
+// runs the stages). Preconditions: src and dst have the same size (at
+// least one pixel, larger than the transfer radius in both directions
+// when it is 1 or more), 3 channels, packed rows, the colour bytes in the
+// same places (any order); they are the same pixels or do not overlap.
+// Ok, Aborted or Refused (no memory for the blur); then dst holds what the
+// stages run one after the other leave: nothing written when the flag is
+// seen while the histogram is gathered, else the contrast output in every
+// row the transfer has not written. With no memory for its own scratch it
+// declines as well.
+Status contrastThenTransfer(ConstView<uint8_t> src, View<uint8_t> dst, const oxContrastEnhanceParams& contrast,
+                            const oxTransferEnhanceParams& transfer, AbortFlag abortFlag, bool& declined) noexcept;
 
 }  // namespace ox::detail

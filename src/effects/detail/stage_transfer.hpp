@@ -11,6 +11,7 @@
 #include <cstdint>
 
 #include "core/detail/numeric.hpp"
+#include "effects/detail/tone_kernels.hpp"
 
 namespace ox::detail {
 
@@ -72,14 +73,11 @@ inline float transferGain(const TransferCurve& c, int32_t brightness) noexcept {
     return (t * 256.0f) / n;
 }
 
-// One table row: trunc(gain * v) capped at 255; a negative or NaN product
-// gives 0.
-inline void fillGainRow(float gain, uint8_t* row) noexcept {
-    for (int32_t v = 0; v < 256; ++v) row[v] = clampToByte(gain * static_cast<float>(v));
-}
-
-inline void fillGainTable(const TransferCurve& c, uint8_t* table) noexcept {
-    for (int32_t L = 0; L < 256; ++L) fillGainRow(transferGain(c, L), table + L * 256);
+// Table row L for the levels of a gain row (see gainRow): row[v] =
+// trunc(gain(L) * level[v]) capped at 255; a negative or NaN product gives
+// 0. With kByteLevels that is the stage's table.
+inline void fillGainTable(const TransferCurve& c, const float* level, uint8_t* table) noexcept {
+    for (int32_t L = 0; L < 256; ++L) gainRow(transferGain(c, L), level, table + L * 256);
 }
 
 }  // namespace ox::detail

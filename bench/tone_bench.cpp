@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "core/detail/isa.hpp"
+#include "path_cap.hpp"
 #include "support/test_support.hpp"
 
 namespace {
@@ -48,7 +48,8 @@ BENCHMARK(BM_FillLight)->Unit(benchmark::kMillisecond);
 // The transfer table alone (65536 clamped products), per path: argument
 // 0 reference, 1 baseline, 2 AVX2.
 void BM_TransferTable(benchmark::State& state) {
-    ox::detail::limitIsa(static_cast<ox::detail::Isa>(state.range(0)));
+    oxbench::PathCap cap(state);
+    if (!cap) return;
     const oxTransferEnhanceParams params{0.3f, 1.4f, 7};
     const oxTransferEnhanceStats stats{1.2e9f, 1.2e7f};
     auto* out = static_cast<oxTransferEnhanceAddParams*>(std::malloc(sizeof(oxTransferEnhanceAddParams)));
@@ -57,8 +58,6 @@ void BM_TransferTable(benchmark::State& state) {
         benchmark::DoNotOptimize(out->gainTable[255 * 256 + 128]);
     }
     std::free(out);
-    state.SetLabel(ox::detail::isaName(ox::detail::activeIsa()));
-    ox::detail::limitIsa(ox::detail::Isa::Avx2);
 }
 BENCHMARK(BM_TransferTable)->DenseRange(0, 2)->Unit(benchmark::kMicrosecond);
 
@@ -71,13 +70,12 @@ namespace {
 // Third argument: the path cap (0 reference, 1 baseline, 2 AVX2).
 void BM_YewEnhance(benchmark::State& state) {
     const auto w = static_cast<int32_t>(state.range(0)), h = static_cast<int32_t>(state.range(1));
-    ox::detail::limitIsa(static_cast<ox::detail::Isa>(state.range(2)));
+    oxbench::PathCap cap(state, 2);
+    if (!cap) return;
     auto src = oxtest::noise(w, h, OX_BGR, OX_8U, 1);
     auto dst = oxtest::make(w, h, OX_BGR);
     for (auto _ : state) benchmark::DoNotOptimize(oxYewEnhance(w, h, src->data, dst->data, 0.3f));
     state.SetItemsProcessed(state.iterations() * w * h);
-    state.SetLabel(ox::detail::isaName(ox::detail::activeIsa()));
-    ox::detail::limitIsa(ox::detail::Isa::Avx2);
 }
 BENCHMARK(BM_YewEnhance)
     ->ArgsProduct({{kWidth}, {kHeight}, {0, 1, 2}})

@@ -46,13 +46,14 @@ bool isColour8(const oxImage* img) {
            img->width >= 0 && img->height >= 0;
 }
 
-// A non-empty image whose ROI is all of it: every stage reads and writes it
-// as a whole packed buffer, and runs on the internal operation directly.
-// Any other ROI of a caller's image goes through the exported function,
-// which has its own rules for it.
+// A non-empty image with a buffer its sizes can describe, whose ROI is all
+// of it: every stage reads and writes it as a whole packed buffer, and runs
+// on the internal operation directly. Any other image of a caller goes
+// through the exported function, which has its own rules for it (and
+// refuses a header no buffer can match before it allocates anything).
 bool isWhole(const oxImage* img) {
-    return img->width > 0 && img->height > 0 && img->roi.x == 0 && img->roi.y == 0 && img->roi.width == img->width &&
-           img->roi.height == img->height;
+    return img->width > 0 && img->height > 0 && hasBuffer(img) && img->roi.x == 0 && img->roi.y == 0 &&
+           img->roi.width == img->width && img->roi.height == img->height;
 }
 
 // ---- Stages of other families --------------------------------------------
@@ -80,7 +81,10 @@ int32_t highBoostStage(oxImage* img) {
 
 // The entry point's saturation boost on its own BGR destination, in place.
 int32_t saturateStage(oxImage* img, float factor) {
-    if (img->width < 1 || img->height < 1) return code(Status::Ok);
+    if (!isWhole(img)) {
+        const oxSaturateParams saturate{factor};
+        return oxSaturateFilter(&saturate, img, img, nullptr);
+    }
     const View<uint8_t> v = wholeView<uint8_t>(img);
     return code(saturatePixels(v, channelOrderOf(OX_BGR), v, channelOrderOf(OX_BGR), factor, nullptr));
 }

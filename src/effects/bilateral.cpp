@@ -49,16 +49,10 @@ template <class Tables> void updateSpace(Tables* t, float sigma) {
 
 // The colour worker reads its range weights from a compact table by
 // squared distance, which holds the same floats as the record's table and
-// stays in cache. Each thread keeps the one it last built, for one factor,
-// until it releases a 2-D record: records keep their layout, and a thread
-// that filters with one sigma builds it once.
-thread_local ColourRange compactRange;
-
-// The compact table for factor f, or null when there is no memory for it.
-const float* compactFor(float f) {
-    if (compactRange && std::memcmp(&compactRange.factor, &f, sizeof f) == 0) return compactRange.byNorm();
-    return buildColourRange(f, compactRange) == Status::Ok ? compactRange.byNorm() : nullptr;
-}
+// stays in cache: the one the thread keeps (threadColourRange), for one
+// factor, until it releases a 2-D record. Records keep their layout, and a
+// thread that filters with one sigma builds it once.
+const float* compactFor(float f) { return threadColourRange(f); }
 
 // The colour table's entries depend only on a^2 + b^2 + c^2, so the 195076
 // distinct exponentials are evaluated once (into the thread's compact
@@ -252,7 +246,7 @@ OX_API void oxBilateralParams3DUpdateSpaceGaussian(oxBilateralTables3D* tables, 
 
 OX_API void oxBilateralParamsRelease(oxBilateralParams** params) {
     if (!params || !*params) return;
-    if ((*params)->tables2D) compactRange = ColourRange{};
+    if ((*params)->tables2D) releaseThreadColourRange();
     std::free((*params)->tables2D);
     (*params)->tables2D = nullptr;
     std::free((*params)->tables3D);

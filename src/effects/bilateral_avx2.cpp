@@ -71,7 +71,13 @@ OX_AVX2_INLINE void accumulate(Sums& s, __m256 w, const Px& v) {
 OX_AVX2_INLINE __m256 rangeOf(const Px& p, const Px& q, const float* byNorm) {
     const __m256 d0 = _mm256_sub_ps(q.c0, p.c0), d1 = _mm256_sub_ps(q.c1, p.c1), d2 = _mm256_sub_ps(q.c2, p.c2);
     const __m256 norm = _mm256_fmadd_ps(d2, d2, _mm256_fmadd_ps(d1, d1, _mm256_mul_ps(d0, d0)));
-    return _mm256_i32gather_ps(byNorm, _mm256_cvttps_epi32(norm), 4);
+    const __m256i i = _mm256_cvttps_epi32(norm);
+    const __m128i lo = _mm256_castsi256_si128(i), hi = _mm256_extracti128_si256(i, 1);
+    const uint64_t a = static_cast<uint64_t>(_mm_cvtsi128_si64(lo)), b = static_cast<uint64_t>(_mm_extract_epi64(lo, 1)),
+                   c = static_cast<uint64_t>(_mm_cvtsi128_si64(hi)), d = static_cast<uint64_t>(_mm_extract_epi64(hi, 1));
+    const __m128 x = _mm_setr_ps(byNorm[static_cast<uint32_t>(a)], byNorm[a >> 32], byNorm[static_cast<uint32_t>(b)], byNorm[b >> 32]);
+    const __m128 y = _mm_setr_ps(byNorm[static_cast<uint32_t>(c)], byNorm[c >> 32], byNorm[static_cast<uint32_t>(d)], byNorm[d >> 32]);
+    return _mm256_set_m128(y, x);
 }
 
 // Neighbour v with range weight g: W += w and the three sums, w being the
@@ -302,7 +308,7 @@ OX_TARGET_AVX2 bool colourRadius1SeparateAvx2(const ColourPass& p, const float* 
 
 namespace {
 
-constexpr int32_t kRing = 8;   // copy rows s - 3 .. s + 3 in use
+constexpr int32_t kRing = 8;   // copy rows s - 3 .. s + 4 in use
 constexpr int32_t kCells = 16;  // cells 0..9 used
 
 constexpr int32_t kEdge = 24;  // zero cells before and after a row of planes
@@ -366,6 +372,29 @@ OX_AVX2_INLINE void fillRow(Wave& v, int32_t s) {
     }
 }
 
+// Copy row s when every lane's pixel lies inside the image and is not the
+// buffer's first: eight loads instead of a gather.
+OX_AVX2_INLINE void fillRowInside(Wave& v, int32_t s) {
+    const uint8_t* at = v.base + (3 * static_cast<int64_t>(s) - 1);
+    auto word = [&](int32_t j) {
+        int32_t w;
+        std::memcpy(&w, at + v.laneBytes[j], 4);
+        return w;
+    };
+    __m128i lo = _mm_cvtsi32_si128(word(0)), hi = _mm_cvtsi32_si128(word(4));
+    lo = _mm_insert_epi32(lo, word(1), 1), hi = _mm_insert_epi32(hi, word(5), 1);
+    lo = _mm_insert_epi32(lo, word(2), 2), hi = _mm_insert_epi32(hi, word(6), 2);
+    lo = _mm_insert_epi32(lo, word(3), 3), hi = _mm_insert_epi32(hi, word(7), 3);
+    const Px px = unpacked(_mm256_srli_epi32(_mm256_inserti128_si256(_mm256_castsi128_si256(lo), hi, 1), 8));
+    _mm256_storeu_ps(v.cell(0, s, 1), px.c0);
+    _mm256_storeu_ps(v.cell(1, s, 1), px.c1);
+    _mm256_storeu_ps(v.cell(2, s, 1), px.c2);
+    for (int32_t c = 0; c < 3; ++c) {
+        *v.cell(c, s, 0) = v.above.c[c][s + 2 + kEdge];
+        *v.cell(c, s, 9) = v.below.c[c][s - 16 + kEdge];
+    }
+}
+
 OX_AVX2_INLINE Px loadCells(Wave& v, int32_t s, int32_t k) {
     return {_mm256_loadu_ps(v.cell(0, s, k)), _mm256_loadu_ps(v.cell(1, s, k)), _mm256_loadu_ps(v.cell(2, s, k))};
 }
@@ -377,36 +406,66 @@ OX_AVX2_INLINE __m256 shiftedIn(__m256 previous, float above) {
     return _mm256_blend_ps(moved, _mm256_set1_ps(above), 1);
 }
 
-template <bool Masked>
-OX_AVX2_INLINE void neighbour(Sums& s, const Px& v, const Px& c, __m256 space, __m256 keep, const float* byNorm) {
-    weighed<Masked>(s, v, rangeOf(c, v, byNorm), space, keep);
+// The masks of the nine taps of step s (lanes or neighbours outside the
+// image: 0).
+OX_AVX2_INLINE void stepMasks(const Wave& v, int32_t s, __m256 (&keep)[9]) {
+    const __m256i x = _mm256_sub_epi32(_mm256_set1_epi32(s), v.twoLanes);
+    const __m256i y = _mm256_add_epi32(_mm256_set1_epi32(v.y0), _mm256_srli_epi32(v.twoLanes, 1));
+    tapMasks(keep, maskOf(_mm256_cmpgt_epi32(y, _mm256_setzero_si256())),
+             maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(v.h - 1), y)),
+             maskOf(_mm256_cmpgt_epi32(x, _mm256_setzero_si256())),
+             maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(v.w - 1), x)));
 }
 
-template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k) {
-    fillRow(v, s + 3);
-    const __m256i x = _mm256_sub_epi32(_mm256_set1_epi32(s), v.twoLanes);
-    __m256 keep[9];
-    if constexpr (Masked) {
-        const __m256i y = _mm256_add_epi32(_mm256_set1_epi32(v.y0), _mm256_srli_epi32(v.twoLanes, 1));
-        tapMasks(keep, maskOf(_mm256_cmpgt_epi32(y, _mm256_setzero_si256())),
-                 maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(v.h - 1), y)),
-                 maskOf(_mm256_cmpgt_epi32(x, _mm256_setzero_si256())),
-                 maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(v.w - 1), x)));
-    }
-    // The nine neighbours in visiting order, each loaded where it is used.
+// A tap's whole weight: spatial weight times range weight, 0 where masked.
+template <bool Masked> OX_AVX2_INLINE __m256 tapWeight(__m256 g, __m256 space, __m256 keep) {
+    const __m256 w = _mm256_mul_ps(space, g);
+    if constexpr (Masked) return _mm256_and_ps(w, keep);
+    return w;
+}
+
+// The weights of the six taps of step s that need no output of step s - 1:
+// up-left and up (outputs of steps s - 3 and s - 2) and the four old
+// neighbours right and below. They are formed a step early, so that their
+// lookups overlap the previous step's sums instead of lengthening the one
+// chain the wavefront has: step s - 1's outputs, the lookups of the two
+// taps that read them, and step s's sums.
+struct Early {
+    __m256 w[6];  // up-left, up, right, below-left, below, below-right
+};
+
+template <bool Masked> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, const Weights& k, Early& e) {
+    __m256 keep[9]{};  // read only when Masked
+    if constexpr (Masked) stepMasks(v, s, keep);
     const Px c = loadCells(v, s, 1);
+    e.w[0] = tapWeight<Masked>(rangeOf(c, loadCells(v, s - 3, 0), k.byNorm), k.space[0], keep[0]);
+    e.w[1] = tapWeight<Masked>(rangeOf(c, loadCells(v, s - 2, 0), k.byNorm), k.space[1], keep[1]);
+    e.w[2] = tapWeight<Masked>(rangeOf(c, loadCells(v, s + 1, 1), k.byNorm), k.space[5], keep[5]);
+    e.w[3] = tapWeight<Masked>(rangeOf(c, loadCells(v, s + 1, 2), k.byNorm), k.space[6], keep[6]);
+    e.w[4] = tapWeight<Masked>(rangeOf(c, loadCells(v, s + 2, 2), k.byNorm), k.space[7], keep[7]);
+    e.w[5] = tapWeight<Masked>(rangeOf(c, loadCells(v, s + 3, 2), k.byNorm), k.space[8], keep[8]);
+}
+
+// Step s: its outputs from the early weights and the two taps that read
+// step s - 1's outputs (`previous`), in the plain loop's tap order.
+template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k, const Early& e) {
+    const Px c = loadCells(v, s, 1);
+    __m256 keep[9]{};  // read only when Masked
+    if constexpr (Masked) stepMasks(v, s, keep);
     const Px upRight{shiftedIn(previous.c0, *v.cell(0, s - 1, 0)), shiftedIn(previous.c1, *v.cell(1, s - 1, 0)),
                      shiftedIn(previous.c2, *v.cell(2, s - 1, 0))};
+    const __m256 wUpRight = tapWeight<Masked>(rangeOf(c, upRight, k.byNorm), k.space[2], keep[2]);
+    const __m256 wLeft = tapWeight<Masked>(rangeOf(c, previous, k.byNorm), k.space[3], keep[3]);
     Sums sums{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
-    neighbour<Masked>(sums, loadCells(v, s - 3, 0), c, k.space[0], keep[0], k.byNorm);
-    neighbour<Masked>(sums, loadCells(v, s - 2, 0), c, k.space[1], keep[1], k.byNorm);
-    neighbour<Masked>(sums, upRight, c, k.space[2], keep[2], k.byNorm);
-    neighbour<Masked>(sums, previous, c, k.space[3], keep[3], k.byNorm);
+    accumulate(sums, e.w[0], loadCells(v, s - 3, 0));
+    accumulate(sums, e.w[1], loadCells(v, s - 2, 0));
+    accumulate(sums, wUpRight, upRight);
+    accumulate(sums, wLeft, previous);
     accumulate(sums, k.centre, c);
-    neighbour<Masked>(sums, loadCells(v, s + 1, 1), c, k.space[5], keep[5], k.byNorm);
-    neighbour<Masked>(sums, loadCells(v, s + 1, 2), c, k.space[6], keep[6], k.byNorm);
-    neighbour<Masked>(sums, loadCells(v, s + 2, 2), c, k.space[7], keep[7], k.byNorm);
-    neighbour<Masked>(sums, loadCells(v, s + 3, 2), c, k.space[8], keep[8], k.byNorm);
+    accumulate(sums, e.w[2], loadCells(v, s + 1, 1));
+    accumulate(sums, e.w[3], loadCells(v, s + 1, 2));
+    accumulate(sums, e.w[4], loadCells(v, s + 2, 2));
+    accumulate(sums, e.w[5], loadCells(v, s + 3, 2));
     const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), sums.W);
     const Px out{outputOf(sums.S0, inv), outputOf(sums.S1, inv), outputOf(sums.S2, inv)};
     previous = out;
@@ -414,18 +473,19 @@ template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& prev
     _mm256_storeu_ps(v.cell(1, s, 1), out.c1);
     _mm256_storeu_ps(v.cell(2, s, 1), out.c2);
 
-    // Into the image: 4 bytes per pixel, the fourth being the next pixel's
-    // first byte as it stands (old, from the copy); the row's last pixel
+    // Into the image: 4 bytes per pixel, the fourth a stray 0 in the next
+    // pixel's first byte, which that pixel's own store (the lane's next
+    // step) overwrites: the copy has read it already. The row's last pixel
     // gets its 3 bytes alone.
-    const __m256i next = _mm256_slli_epi32(_mm256_cvttps_epi32(_mm256_loadu_ps(v.cell(0, s + 1, 1))), 24);
     alignas(32) uint32_t words[8];
-    _mm256_store_si256(reinterpret_cast<__m256i*>(words), _mm256_or_si256(packed(out), next));
+    _mm256_store_si256(reinterpret_cast<__m256i*>(words), packed(out));
     const int64_t at = 3 * static_cast<int64_t>(s);
     if constexpr (!Masked) {
 #pragma GCC unroll 8
         for (int32_t j = 0; j < 8; ++j) std::memcpy(v.base + (at + v.laneBytes[j]), &words[j], 4);
         return;
     }
+    const __m256i x = _mm256_sub_epi32(_mm256_set1_epi32(s), v.twoLanes);
     const __m256i inside = _mm256_and_si256(v.laneRows, _mm256_and_si256(_mm256_cmpgt_epi32(x, _mm256_set1_epi32(-1)),
                                                                          _mm256_cmpgt_epi32(_mm256_set1_epi32(v.w), x)));
     for (int32_t lanes = _mm256_movemask_ps(maskOf(inside)); lanes; lanes &= lanes - 1) {
@@ -473,15 +533,23 @@ OX_TARGET_AVX2 bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* b
         planeRow(v.above, y0 > 0 ? p.dst.row(y0 - 1) : nullptr, w);
         planeRow(v.below, y0 + 8 < h ? p.dst.row(y0 + 8) : nullptr, w);
         v.laneRows = _mm256_cmpgt_epi32(_mm256_set1_epi32(v.rows), lanes);
-        for (int32_t s = -3; s < 3; ++s) fillRow(v, s);
+        for (int32_t s = -3; s < 4; ++s) fillRow(v, s);
         Px previous{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
         // Steps whose lanes all lie inside the image and its border skip the
         // masks: x = s - 2j within 1..w - 2 for j = 0..7, rows 1..h - 2.
         const bool inner = y0 > 0 && y0 + 8 < h;
+        auto plain = [&](int32_t s) { return inner && s >= 15 && s <= w - 2; };
         const int32_t steps = w + 2 * (v.rows - 1);
+        Early early;
+        earlyWeights<true>(v, 0, k, early);
         for (int32_t s = 0; s < steps; ++s) {
-            if (inner && s >= 15 && s <= w - 2) waveStep<false>(v, s, previous, k);
-            else waveStep<true>(v, s, previous, k);
+            // Copy row s + 4 (its lanes at x = s + 4 - 2j, all old still).
+            if (plain(s) && s + 4 <= w - 1) fillRowInside(v, s + 4);
+            else fillRow(v, s + 4);
+            if (plain(s)) waveStep<false>(v, s, previous, k, early);
+            else waveStep<true>(v, s, previous, k, early);
+            if (plain(s + 1)) earlyWeights<false>(v, s + 1, k, early);
+            else earlyWeights<true>(v, s + 1, k, early);
         }
     }
     return true;

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 #include "core/detail/isa.hpp"
 #include "core/detail/size.hpp"
@@ -98,6 +99,17 @@ Status buildColourRange(float f, ColourRange& out) noexcept {
     out.factor = f;
     return Status::Ok;
 }
+
+namespace {
+thread_local ColourRange threadRange;
+}  // namespace
+
+const float* threadColourRange(float f) noexcept {
+    if (threadRange && std::memcmp(&threadRange.factor, &f, sizeof f) == 0) return threadRange.byNorm();
+    return buildColourRange(f, threadRange) == Status::Ok ? threadRange.byNorm() : nullptr;
+}
+
+void releaseThreadColourRange() noexcept { threadRange = ColourRange{}; }
 
 Status bilateralColourPass(ConstView<uint8_t> src, View<uint8_t> dst, int32_t r, const float* space,
                            const float* byNorm) noexcept {

@@ -5,8 +5,8 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 
+#include "core/detail/core_ops.hpp"
 #include "core/detail/handles.hpp"
 #include "core/detail/image_view.hpp"
 #include "core/detail/numeric.hpp"
@@ -15,6 +15,9 @@
 #include "core/detail/view.hpp"
 #include "effects/detail/bilateral_ops.hpp"
 #include "effects/detail/entry.hpp"
+#include "effects/detail/saturate_ops.hpp"
+#include "effects/detail/sharpen_ops.hpp"
+#include "geometry/detail/resize_ops.hpp"
 #include "ox_elementwise.h"
 #include "ox_resize.h"
 #include "ox_sharpen.h"
@@ -43,44 +46,75 @@ bool isColour8(const oxImage* img) {
            img->width >= 0 && img->height >= 0;
 }
 
-// ---- Stages of other families --------------------------------------------
-// The resize, the high boost and the saturation run through the exported
-// functions for now, each called from this one place.
-
-int32_t resizeBilinear(const oxImage* src, oxImage* dst) { return oxResize(src, dst, 0, nullptr); }
-
-int32_t highBoost(oxImage* img) {
-    const oxHighBoostParams boost{1, {3, 3}, 0.9f, 2.0f};
-    return oxHighBoostFilter(&boost, img, img, nullptr);
+// A non-empty image with a buffer its sizes can describe, whose ROI is all
+// of it: every stage reads and writes it as a whole packed buffer, and runs
+// on the internal operation directly. Any other image of a caller goes
+// through the exported function, which has its own rules for it (and
+// refuses a header no buffer can match before it allocates anything).
+bool isWhole(const oxImage* img) {
+    return img->width > 0 && img->height > 0 && hasBuffer(img) && img->roi.x == 0 && img->roi.y == 0 &&
+           img->roi.width == img->width && img->roi.height == img->height;
 }
 
-int32_t saturate(oxImage* img, float factor) {
-    const oxSaturateParams saturate{factor};
-    return oxSaturateFilter(&saturate, img, img, nullptr);
+// ---- Stages of other families --------------------------------------------
+
+// Bilinear resize between two colour images of one encoding, one of them
+// the effect's own (no memory shared). On whole images this is what the
+// exported resize runs, the interleaved operation, after its one refusal
+// left for such images: a work area beyond what its size query reports.
+int32_t resizeStage(const oxImage* from, oxImage* to) {
+    if (!isWhole(from) || !isWhole(to)) return oxResize(from, to, OX_RESIZE_BILINEAR, nullptr);
+    const Count work = checkedSum({8 * static_cast<int64_t>(to->height), 16 * static_cast<int64_t>(to->width),
+                                   static_cast<int64_t>(from->width) * from->height,
+                                   static_cast<int64_t>(to->width) * to->height});
+    if (!work || *work > UINT32_MAX) return code(Status::Refused);
+    return code(resizeBilinear(wholeView<const uint8_t>(from), wholeView<uint8_t>(to)));
+}
+
+// The final high boost, in place: radius 3, gain 0.9, ratio at most 2.
+int32_t highBoostStage(oxImage* img) {
+    const oxHighBoostParams boost{1, {3, 3}, 0.9f, 2.0f};
+    if (!isWhole(img)) return oxHighBoostFilter(&boost, img, img, nullptr);
+    const ChannelOffsets at = channelOffsets(img);
+    return code(highBoost(wholeView<const uint8_t>(img), at, wholeView<uint8_t>(img), at, boost, nullptr));
+}
+
+// The entry point's saturation boost on its own BGR destination, in place.
+int32_t saturateStage(oxImage* img, float factor) {
+    if (!isWhole(img)) {
+        const oxSaturateParams saturate{factor};
+        return oxSaturateFilter(&saturate, img, img, nullptr);
+    }
+    const View<uint8_t> v = wholeView<uint8_t>(img);
+    return code(saturatePixels(v, channelOrderOf(OX_BGR), v, channelOrderOf(OX_BGR), factor, nullptr));
 }
 
 // ---- Smoothing -------------------------------------------------------------
 
+enum class Smoothed { None, Some, Stopped };
+
 // The bilateral passes from `in` into `out` (radius 1), the first one out of
-// place unless `in` is `out`; false when aborted or out of memory. The
-// weights are those of a bilateral record with these sigmas (converted to
-// float as the filter converts them), its colour table in the compact form
-// the passes read: no 64 MiB table is made. A pass filters nothing where
+// place unless `in` is `out`. Smoothed::None: nothing was written to `out`
+// (aborted before the first pass, or no memory for the weights); Stopped:
+// aborted later; Some: all passes ran. The weights are those of a bilateral
+// record with these sigmas (converted to float as the filter converts
+// them), its colour table in the compact form the passes read, the one
+// this thread keeps: no 64 MiB table is made. A pass filters nothing where
 // the filter would refuse, an image whose size no buffer can have; nothing
 // else is left for it to refuse after the checks before it.
-bool smooth(const oxImage* in, oxImage* out, int32_t iterations, Sigmas sigmas, AbortFlag abortFlag) {
-    ColourRange range;
-    if (buildColourRange(bilateralRangeFactor(static_cast<float>(sigmas.range)), range) != Status::Ok) return false;
+Smoothed smooth(const oxImage* in, oxImage* out, int32_t iterations, Sigmas sigmas, AbortFlag abortFlag) {
+    const float* byNorm = threadColourRange(bilateralRangeFactor(static_cast<float>(sigmas.range)));
+    if (!byNorm) return Smoothed::None;
     BilateralSpace space;
     buildBilateralSpace(static_cast<float>(sigmas.space), space);
     const bool filterable = checkedProduct({in->width, in->height, 3}).has_value();
     for (int32_t i = 0; i < iterations; ++i) {
-        if (abortRequested(abortFlag)) return false;
+        if (abortRequested(abortFlag)) return i == 0 ? Smoothed::None : Smoothed::Stopped;
         if (!filterable) continue;
         const oxImage* from = i == 0 ? in : out;
-        bilateralColourPass(wholeView<const uint8_t>(from), wholeView<uint8_t>(out), 1, space.centre(), range.byNorm());
+        bilateralColourPass(wholeView<const uint8_t>(from), wholeView<uint8_t>(out), 1, space.centre(), byNorm);
     }
-    return true;
+    return Smoothed::Some;
 }
 
 int32_t simplify(const oxImage* src, oxImage* dst, const oxSimplifyParams& p, AbortFlag abortFlag) {
@@ -102,21 +136,20 @@ int32_t simplify(const oxImage* src, oxImage* dst, const oxSimplifyParams& p, Ab
     if (std::isnan(sigmas.range)) return code(Status::Refused);
 
     if (!scaled) {
-        if (!smooth(src, dst, p.iterations, sigmas, abortFlag)) return code(Status::Refused);
-        return highBoost(dst);
+        if (smooth(src, dst, p.iterations, sigmas, abortFlag) != Smoothed::Some) return code(Status::Refused);
+        return highBoostStage(dst);
     }
 
     ImagePtr work(oxImageCreateWithType(workW, workH, src->encoding, OX_8U));
     ImagePtr smoothed(work ? oxImageCreateAs(work.get()) : nullptr);
     if (!smoothed) return code(Status::Refused);
-    if (const int32_t r = resizeBilinear(src, work.get()); r != 0) return r;
-    // The first pass overwrites all of it; until then an abort or a missing
-    // parameter record must hand back the unfiltered working image.
-    std::memcpy(smoothed->data, work->data, static_cast<size_t>(*bufferBytes(work.get())));
-    const bool filtered = smooth(work.get(), smoothed.get(), p.iterations, sigmas, abortFlag);
-    const bool back = resizeBilinear(smoothed.get(), dst) == 0;
-    if (!filtered || !back) return code(Status::Refused);
-    return highBoost(dst);
+    if (const int32_t r = resizeStage(src, work.get()); r != 0) return r;
+    // An abort or a missing weight table before the first pass hands back
+    // the unfiltered working image, which is then `work` itself.
+    const Smoothed filtered = smooth(work.get(), smoothed.get(), p.iterations, sigmas, abortFlag);
+    const bool back = resizeStage(filtered == Smoothed::None ? work.get() : smoothed.get(), dst) == 0;
+    if (filtered != Smoothed::Some || !back) return code(Status::Refused);
+    return highBoostStage(dst);
 }
 
 int32_t yewSimplify(int32_t width, int32_t height, const uint8_t* srcPixels, uint8_t* dstPixels, int32_t iterations,
@@ -128,7 +161,7 @@ int32_t yewSimplify(int32_t width, int32_t height, const uint8_t* srcPixels, uin
     if (!src || !dst) return code(Status::Refused);
     if (const int32_t r = simplify(src.get(), dst.get(), params, nullptr); r != 0) return r;
     if (!(saturation > 0.0f)) return code(Status::Ok);
-    return saturate(dst.get(), std::fmaf(2.0f, saturation, 1.0f));
+    return saturateStage(dst.get(), std::fmaf(2.0f, saturation, 1.0f));
 }
 
 }  // namespace

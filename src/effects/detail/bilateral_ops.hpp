@@ -48,6 +48,14 @@ struct ColourRange {
 // table). Refused when out of memory.
 Status buildColourRange(float f, ColourRange& out) noexcept;
 
+// The compact table of factor f that the calling thread keeps: built on
+// first use and again whenever f changes, so that a thread filtering with
+// one sigma (a host's repeated calls, the simplify effect's passes) builds
+// it once. Null when out of memory. It lives until the thread ends or calls
+// releaseThreadColourRange().
+const float* threadColourRange(float f) noexcept;
+void releaseThreadColourRange() noexcept;
+
 // One colour pass with radius r (0..9): packed 3-byte pixels of `src` into
 // `dst`, both `src.width` x `src.height` pixels of 3 channels. The pixels
 // are computed as if one by one in row-major order, so an in-place pass

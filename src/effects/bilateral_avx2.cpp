@@ -302,7 +302,7 @@ OX_TARGET_AVX2 bool colourRadius1SeparateAvx2(const ColourPass& p, const float* 
 // (s - 2(k - 1), y0 + k - 1), k = 0..9 covering the row above the band to
 // the row below it. Neighbour (dy, dx) of every lane at step s is then the
 // eight cells from k = dy + 1 of copy row s + dx + 2dy: one load. Copy row
-// s + 3 is filled from the image at step s (all of it still old, or final
+// s + 4 is filled from the image at step s (all of it still old, or final
 // above the band), and each step's outputs go into its copy row, into the
 // image, and on in registers to the next step, which reads two of them.
 
@@ -320,20 +320,43 @@ struct Wave {
     __m256i gatherOffset;    // j * (stride - 6) - 1
     __m256i twoLanes;        // 2j
     __m256i laneRows;        // j < rows
-    int64_t laneBytes[8];    // j * (stride - 6): lane j's pixel at step s is 3s beyond it
+    int64_t laneStep;        // stride - 6: lane j's pixel at step s is 3s + j * laneStep beyond base
     // The rows above and below the band as planes, pixel x in cell x + kEdge.
     PlaneRow above, below;
-    alignas(64) float copy[3][kRing][kCells];
-
-    float* cell(int32_t c, int32_t s, int32_t k) noexcept { return &copy[c][s & (kRing - 1)][k]; }
+    // Copy row s is kept twice, at ring rows s mod 8 and s mod 8 + 8: the
+    // rows s - 3 .. s + 4 that step s reads are then eight consecutive ring
+    // rows from (s - 3) mod 8, all at fixed offsets from one index.
+    alignas(64) float copy[3][2 * kRing][kCells];
 };
+
+// Cell k of channel c of copy row s, both places.
+OX_AVX2_INLINE void putCell(Wave& v, int32_t c, int32_t s, int32_t k, float x) {
+    const int32_t r = s & (kRing - 1);
+    v.copy[c][r][k] = x;
+    v.copy[c][r + kRing][k] = x;
+}
+
+// Cells 1..8 of copy row s (the lanes), both places.
+OX_AVX2_INLINE void putLanes(Wave& v, int32_t s, const Px& px) {
+    const int32_t r = s & (kRing - 1);
+    for (int32_t twin : {r, r + kRing}) {
+        _mm256_storeu_ps(&v.copy[0][twin][1], px.c0);
+        _mm256_storeu_ps(&v.copy[1][twin][1], px.c1);
+        _mm256_storeu_ps(&v.copy[2][twin][1], px.c2);
+    }
+}
+
+// Cell k of channel c of copy row s + d as step s reads it (d = -3..4).
+OX_AVX2_INLINE const float* windowCell(const Wave& v, int32_t c, int32_t s, int32_t d, int32_t k) {
+    return &v.copy[c][((s - 3) & (kRing - 1)) + d + 3][k];
+}
 
 // One cell from the image, or zeros for a pixel outside it.
 OX_AVX2_INLINE void fillCell(Wave& v, int32_t s, int32_t k) {
     const int32_t x = s - 2 * (k - 1), y = v.y0 + k - 1;
     const bool inside = x >= 0 && x < v.w && y >= 0 && y < v.h;
     const uint8_t* px = inside ? v.base + (k - 1) * v.stride + 3 * static_cast<int64_t>(x) : nullptr;
-    for (int32_t c = 0; c < 3; ++c) *v.cell(c, s, k) = inside ? static_cast<float>(px[c]) : 0.0f;
+    for (int32_t c = 0; c < 3; ++c) putCell(v, c, s, k, inside ? static_cast<float>(px[c]) : 0.0f);
 }
 
 // A row of pixels (null: outside the image, zeros) into planes with kEdge
@@ -362,13 +385,11 @@ OX_AVX2_INLINE void fillRow(Wave& v, int32_t s) {
     const __m256i raw =
         _mm256_mask_i32gather_epi32(_mm256_setzero_si256(), reinterpret_cast<const int*>(v.base), index, inside, 1);
     const Px px = unpacked(_mm256_srli_epi32(raw, 8));
-    _mm256_storeu_ps(v.cell(0, s, 1), px.c0);
-    _mm256_storeu_ps(v.cell(1, s, 1), px.c1);
-    _mm256_storeu_ps(v.cell(2, s, 1), px.c2);
+    putLanes(v, s, px);
     if (origin) fillCell(v, s, 1);
     for (int32_t c = 0; c < 3; ++c) {
-        *v.cell(c, s, 0) = v.above.c[c][s + 2 + kEdge];
-        *v.cell(c, s, 9) = v.below.c[c][s - 16 + kEdge];
+        putCell(v, c, s, 0, v.above.c[c][s + 2 + kEdge]);
+        putCell(v, c, s, 9, v.below.c[c][s - 16 + kEdge]);
     }
 }
 
@@ -378,7 +399,7 @@ OX_AVX2_INLINE void fillRowInside(Wave& v, int32_t s) {
     const uint8_t* at = v.base + (3 * static_cast<int64_t>(s) - 1);
     auto word = [&](int32_t j) {
         int32_t w;
-        std::memcpy(&w, at + v.laneBytes[j], 4);
+        std::memcpy(&w, at + j * v.laneStep, 4);
         return w;
     };
     __m128i lo = _mm_cvtsi32_si128(word(0)), hi = _mm_cvtsi32_si128(word(4));
@@ -386,17 +407,16 @@ OX_AVX2_INLINE void fillRowInside(Wave& v, int32_t s) {
     lo = _mm_insert_epi32(lo, word(2), 2), hi = _mm_insert_epi32(hi, word(6), 2);
     lo = _mm_insert_epi32(lo, word(3), 3), hi = _mm_insert_epi32(hi, word(7), 3);
     const Px px = unpacked(_mm256_srli_epi32(_mm256_inserti128_si256(_mm256_castsi128_si256(lo), hi, 1), 8));
-    _mm256_storeu_ps(v.cell(0, s, 1), px.c0);
-    _mm256_storeu_ps(v.cell(1, s, 1), px.c1);
-    _mm256_storeu_ps(v.cell(2, s, 1), px.c2);
+    putLanes(v, s, px);
     for (int32_t c = 0; c < 3; ++c) {
-        *v.cell(c, s, 0) = v.above.c[c][s + 2 + kEdge];
-        *v.cell(c, s, 9) = v.below.c[c][s - 16 + kEdge];
+        putCell(v, c, s, 0, v.above.c[c][s + 2 + kEdge]);
+        putCell(v, c, s, 9, v.below.c[c][s - 16 + kEdge]);
     }
 }
 
-OX_AVX2_INLINE Px loadCells(Wave& v, int32_t s, int32_t k) {
-    return {_mm256_loadu_ps(v.cell(0, s, k)), _mm256_loadu_ps(v.cell(1, s, k)), _mm256_loadu_ps(v.cell(2, s, k))};
+OX_AVX2_INLINE Px loadCells(const Wave& v, int32_t s, int32_t d, int32_t k) {
+    return {_mm256_loadu_ps(windowCell(v, 0, s, d, k)), _mm256_loadu_ps(windowCell(v, 1, s, d, k)),
+            _mm256_loadu_ps(windowCell(v, 2, s, d, k))};
 }
 
 // The lanes' neighbours up and right: the previous step's outputs moved one
@@ -437,41 +457,39 @@ struct Early {
 template <bool Masked> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, const Weights& k, Early& e) {
     __m256 keep[9]{};  // read only when Masked
     if constexpr (Masked) stepMasks(v, s, keep);
-    const Px c = loadCells(v, s, 1);
-    e.w[0] = tapWeight<Masked>(rangeOf(c, loadCells(v, s - 3, 0), k.byNorm), k.space[0], keep[0]);
-    e.w[1] = tapWeight<Masked>(rangeOf(c, loadCells(v, s - 2, 0), k.byNorm), k.space[1], keep[1]);
-    e.w[2] = tapWeight<Masked>(rangeOf(c, loadCells(v, s + 1, 1), k.byNorm), k.space[5], keep[5]);
-    e.w[3] = tapWeight<Masked>(rangeOf(c, loadCells(v, s + 1, 2), k.byNorm), k.space[6], keep[6]);
-    e.w[4] = tapWeight<Masked>(rangeOf(c, loadCells(v, s + 2, 2), k.byNorm), k.space[7], keep[7]);
-    e.w[5] = tapWeight<Masked>(rangeOf(c, loadCells(v, s + 3, 2), k.byNorm), k.space[8], keep[8]);
+    const Px c = loadCells(v, s, 0, 1);
+    e.w[0] = tapWeight<Masked>(rangeOf(c, loadCells(v, s, -3, 0), k.byNorm), k.space[0], keep[0]);
+    e.w[1] = tapWeight<Masked>(rangeOf(c, loadCells(v, s, -2, 0), k.byNorm), k.space[1], keep[1]);
+    e.w[2] = tapWeight<Masked>(rangeOf(c, loadCells(v, s, 1, 1), k.byNorm), k.space[5], keep[5]);
+    e.w[3] = tapWeight<Masked>(rangeOf(c, loadCells(v, s, 1, 2), k.byNorm), k.space[6], keep[6]);
+    e.w[4] = tapWeight<Masked>(rangeOf(c, loadCells(v, s, 2, 2), k.byNorm), k.space[7], keep[7]);
+    e.w[5] = tapWeight<Masked>(rangeOf(c, loadCells(v, s, 3, 2), k.byNorm), k.space[8], keep[8]);
 }
 
 // Step s: its outputs from the early weights and the two taps that read
 // step s - 1's outputs (`previous`), in the plain loop's tap order.
 template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k, const Early& e) {
-    const Px c = loadCells(v, s, 1);
+    const Px c = loadCells(v, s, 0, 1);
     __m256 keep[9]{};  // read only when Masked
     if constexpr (Masked) stepMasks(v, s, keep);
-    const Px upRight{shiftedIn(previous.c0, *v.cell(0, s - 1, 0)), shiftedIn(previous.c1, *v.cell(1, s - 1, 0)),
-                     shiftedIn(previous.c2, *v.cell(2, s - 1, 0))};
+    const Px upRight{shiftedIn(previous.c0, *windowCell(v, 0, s, -1, 0)), shiftedIn(previous.c1, *windowCell(v, 1, s, -1, 0)),
+                     shiftedIn(previous.c2, *windowCell(v, 2, s, -1, 0))};
     const __m256 wUpRight = tapWeight<Masked>(rangeOf(c, upRight, k.byNorm), k.space[2], keep[2]);
     const __m256 wLeft = tapWeight<Masked>(rangeOf(c, previous, k.byNorm), k.space[3], keep[3]);
     Sums sums{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
-    accumulate(sums, e.w[0], loadCells(v, s - 3, 0));
-    accumulate(sums, e.w[1], loadCells(v, s - 2, 0));
+    accumulate(sums, e.w[0], loadCells(v, s, -3, 0));
+    accumulate(sums, e.w[1], loadCells(v, s, -2, 0));
     accumulate(sums, wUpRight, upRight);
     accumulate(sums, wLeft, previous);
     accumulate(sums, k.centre, c);
-    accumulate(sums, e.w[2], loadCells(v, s + 1, 1));
-    accumulate(sums, e.w[3], loadCells(v, s + 1, 2));
-    accumulate(sums, e.w[4], loadCells(v, s + 2, 2));
-    accumulate(sums, e.w[5], loadCells(v, s + 3, 2));
+    accumulate(sums, e.w[2], loadCells(v, s, 1, 1));
+    accumulate(sums, e.w[3], loadCells(v, s, 1, 2));
+    accumulate(sums, e.w[4], loadCells(v, s, 2, 2));
+    accumulate(sums, e.w[5], loadCells(v, s, 3, 2));
     const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), sums.W);
     const Px out{outputOf(sums.S0, inv), outputOf(sums.S1, inv), outputOf(sums.S2, inv)};
     previous = out;
-    _mm256_storeu_ps(v.cell(0, s, 1), out.c0);
-    _mm256_storeu_ps(v.cell(1, s, 1), out.c1);
-    _mm256_storeu_ps(v.cell(2, s, 1), out.c2);
+    putLanes(v, s, out);
 
     // Into the image: 4 bytes per pixel, the fourth a stray 0 in the next
     // pixel's first byte, which that pixel's own store (the lane's next
@@ -482,7 +500,7 @@ template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& prev
     const int64_t at = 3 * static_cast<int64_t>(s);
     if constexpr (!Masked) {
 #pragma GCC unroll 8
-        for (int32_t j = 0; j < 8; ++j) std::memcpy(v.base + (at + v.laneBytes[j]), &words[j], 4);
+        for (int32_t j = 0; j < 8; ++j) std::memcpy(v.base + (at + j * v.laneStep), &words[j], 4);
         return;
     }
     const __m256i x = _mm256_sub_epi32(_mm256_set1_epi32(s), v.twoLanes);
@@ -490,7 +508,7 @@ template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& prev
                                                                          _mm256_cmpgt_epi32(_mm256_set1_epi32(v.w), x)));
     for (int32_t lanes = _mm256_movemask_ps(maskOf(inside)); lanes; lanes &= lanes - 1) {
         const int32_t j = __builtin_ctz(static_cast<uint32_t>(lanes));
-        uint8_t* px = v.base + (at + v.laneBytes[j]);
+        uint8_t* px = v.base + (at + j * v.laneStep);
         if (s - 2 * j != v.w - 1) {
             std::memcpy(px, &words[j], 4);
         } else {
@@ -515,7 +533,7 @@ OX_TARGET_AVX2 bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* b
     v.gatherOffset = _mm256_sub_epi32(_mm256_mullo_epi32(lanes, _mm256_set1_epi32(static_cast<int32_t>(stride - 6))),
                                       _mm256_set1_epi32(1));
     v.twoLanes = _mm256_add_epi32(lanes, lanes);
-    for (int32_t j = 0; j < 8; ++j) v.laneBytes[j] = j * (stride - 6);
+    v.laneStep = stride - 6;
     // Two plane rows of w + 2 kEdge cells, zero outside the image.
     const int64_t cells = static_cast<int64_t>(w) + 2 * kEdge;
     const Count bytes = checkedProduct({2 * 3, cells, static_cast<int64_t>(sizeof(float))});

@@ -1,5 +1,6 @@
 # Fails when the library exports a defined dynamic symbol that is not one of
-# the interface's names.
+# the interface's names, or needs a shared library other than libc, libm,
+# libstdc++ and libgcc_s (a sanitizer build also needs its runtime).
 execute_process(COMMAND nm -D --defined-only ${LIBRARY} OUTPUT_VARIABLE out RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "nm failed on ${LIBRARY}")
@@ -20,3 +21,21 @@ if(count LESS 1)
   message(FATAL_ERROR "no exported symbol found")
 endif()
 message(STATUS "${count} exported symbols, all from the interface")
+
+if(READELF)
+  execute_process(COMMAND ${READELF} -d ${LIBRARY} OUTPUT_VARIABLE dynamic RESULT_VARIABLE rc)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "readelf failed on ${LIBRARY}")
+  endif()
+  string(REGEX MATCHALL "\\(NEEDED\\)[^[]*\\[[^]]*\\]" needed "${dynamic}")
+  foreach(entry ${needed})
+    string(REGEX REPLACE ".*\\[(.*)\\]" "\\1" name "${entry}")
+    if(name MATCHES "^(libc|libm|libstdc\\+\\+|libgcc_s)\\.so\\.[0-9]+$")
+      continue()
+    endif()
+    if(SANITIZE AND name MATCHES "^lib(a|ub|t)san\\.so")
+      continue()
+    endif()
+    message(FATAL_ERROR "the library needs ${name}")
+  endforeach()
+endif()

@@ -226,19 +226,13 @@ template <class F> void visitPair(int32_t from, int32_t to, F&& f) {
 namespace ox::detail {
 
 Status bytesToFloats(ConstView<uint8_t> src, View<float> dst) noexcept {
-    auto row = useReference() ? bytesToFloatsReference : bytesToFloatsBaseline;
-#if OX_HAVE_AVX2_PATH
-    if (useAvx2()) row = bytesToFloatsAvx2;
-#endif
+    auto row = pathKernel(bytesToFloatsReference, bytesToFloatsBaseline, OX_AVX2_KERNEL(bytesToFloatsAvx2));
     forEachRow(src, dst, row);
     return Status::Ok;
 }
 
 Status floatsToBytes(ConstView<float> src, View<uint8_t> dst) noexcept {
-    auto row = useReference() ? floatsToBytesReference : floatsToBytesBaseline;
-#if OX_HAVE_AVX2_PATH
-    if (useAvx2()) row = floatsToBytesAvx2;
-#endif
+    auto row = pathKernel(floatsToBytesReference, floatsToBytesBaseline, OX_AVX2_KERNEL(floatsToBytesAvx2));
     forEachRow(src, dst, row);
     return Status::Ok;
 }

@@ -176,10 +176,7 @@ Status fillPixels(View<uint8_t> dst, uint8_t value) noexcept {
 }
 
 Status invertPixels(ConstView<uint8_t> src, View<uint8_t> dst) noexcept {
-    auto row = useReference() ? invertRowReference : invertBytes;
-#if OX_HAVE_AVX2_PATH
-    if (useAvx2()) row = invertRowAvx2;
-#endif
+    auto row = pathKernel(invertRowReference, invertBytes, OX_AVX2_KERNEL(invertRowAvx2));
     // In place or apart, every byte depends on its own source byte only; a
     // partial overlap keeps the plain forward order.
     if (overlap(src, dst)) row = invertRowReference;

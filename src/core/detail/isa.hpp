@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 // Functions of the AVX2 path carry this attribute instead of whole files
 // being built with -mavx2: header inline functions used from them stay
@@ -14,9 +15,11 @@
 #if defined(__x86_64__) && defined(__GNUC__)
 #define OX_HAVE_AVX2_PATH 1
 #define OX_TARGET_AVX2 [[gnu::target("avx2,fma")]]
+#define OX_AVX2_KERNEL(f) (f)
 #else
 #define OX_HAVE_AVX2_PATH 0
 #define OX_TARGET_AVX2
+#define OX_AVX2_KERNEL(f) nullptr
 #endif
 
 namespace ox::detail {
@@ -39,6 +42,13 @@ void limitIsa(Isa cap) noexcept;
 
 inline bool useAvx2() noexcept { return OX_HAVE_AVX2_PATH && activeIsa() >= Isa::Avx2; }
 inline bool useReference() noexcept { return activeIsa() == Isa::Reference; }
+
+// The kernel of the active path: the plain reference, the portable form, or
+// the AVX2 form (pass OX_AVX2_KERNEL(f): null where the build has none).
+template <class F> F pathKernel(F reference, F baseline, std::type_identity_t<F> avx2) noexcept {
+    if (avx2 && useAvx2()) return avx2;
+    return useReference() ? reference : baseline;
+}
 
 const char* isaName(Isa isa) noexcept;
 

@@ -468,7 +468,8 @@ template <bool Masked> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, cons
 
 // Step s: its outputs from the early weights and the two taps that read
 // step s - 1's outputs (`previous`), in the plain loop's tap order.
-template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k, const Early& e) {
+template <bool Masked>
+OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k, const Early& e, __m256i* staged) {
     const Px c = loadCells(v, s, 0, 1);
     __m256 keep[9]{};  // read only when Masked
     if constexpr (Masked) stepMasks(v, s, keep);
@@ -491,10 +492,17 @@ template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& prev
     previous = out;
     putLanes(v, s, out);
 
-    // Into the image: 4 bytes per pixel, the fourth a stray 0 in the next
-    // pixel's first byte, which that pixel's own store (the lane's next
-    // step) overwrites: the copy has read it already. The row's last pixel
-    // gets its 3 bytes alone.
+    // Into the image, or held back for writeStaged: 4 bytes per pixel, the
+    // fourth a stray 0 in the next pixel's first byte, which that pixel's
+    // own store (the lane's next step, or the staged block holding it)
+    // overwrites: the copy has read it already. The row's last pixel gets
+    // its 3 bytes alone.
+    if constexpr (!Masked) {
+        if (staged) {
+            _mm256_store_si256(staged, packed(out));
+            return;
+        }
+    }
     alignas(32) uint32_t words[8];
     _mm256_store_si256(reinterpret_cast<__m256i*>(words), packed(out));
     const int64_t at = 3 * static_cast<int64_t>(s);
@@ -515,6 +523,38 @@ template <bool Masked> OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& prev
             std::memcpy(px, &words[j], 2);
             px[2] = static_cast<uint8_t>(words[j] >> 16);
         }
+    }
+}
+
+// The outputs of the eight steps s0 .. s0 + 7, all lanes inside the image
+// (step i's packed pixels in staged[i]), written at once: a transpose gives
+// each lane its eight consecutive pixels, which go into its row as exactly
+// 24 bytes. Holding them back is safe because the image's new values are
+// read only after the band (as the next band's row above); within it the
+// copy reads pixels still ahead of the outputs.
+OX_AVX2_INLINE void writeStaged(const Wave& v, int32_t s0, const __m256i (&staged)[8]) {
+    __m256i t[8], u[8];
+    for (int32_t i = 0; i < 8; i += 2) {
+        t[i] = _mm256_unpacklo_epi32(staged[i], staged[i + 1]);
+        t[i + 1] = _mm256_unpackhi_epi32(staged[i], staged[i + 1]);
+    }
+    for (int32_t i = 0; i < 8; i += 4) {
+        u[i] = _mm256_unpacklo_epi64(t[i], t[i + 2]);      // lanes 0 and 4, steps i .. i + 3
+        u[i + 1] = _mm256_unpackhi_epi64(t[i], t[i + 2]);  // lanes 1 and 5
+        u[i + 2] = _mm256_unpacklo_epi64(t[i + 1], t[i + 3]);
+        u[i + 3] = _mm256_unpackhi_epi64(t[i + 1], t[i + 3]);
+    }
+    const __m256i bytes = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,  //
+                                           0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+    const __m256i words = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
+    uint8_t* at = v.base + 3 * static_cast<int64_t>(s0);
+    for (int32_t j = 0; j < 8; ++j) {
+        const int32_t q = j & 3;
+        const __m256i lane = _mm256_permute2x128_si256(u[q], u[q + 4], j < 4 ? 0x20 : 0x31);
+        const __m256i packed24 = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(lane, bytes), words);
+        uint8_t* row = at + j * v.laneStep;
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(row), _mm256_castsi256_si128(packed24));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(row + 16), _mm256_extracti128_si256(packed24, 1));
     }
 }
 
@@ -560,14 +600,28 @@ OX_TARGET_AVX2 bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* b
         const int32_t steps = w + 2 * (v.rows - 1);
         Early early;
         earlyWeights<true>(v, 0, k, early);
-        for (int32_t s = 0; s < steps; ++s) {
+        alignas(32) __m256i staged[8];
+        for (int32_t s = 0; s < steps;) {
+            // Eight plain steps in a row write their outputs together.
+            if (plain(s) && plain(s + 7) && s + 11 <= w - 1) {
+                const int32_t s0 = s;
+                for (int32_t i = 0; i < 8; ++i, ++s) {
+                    fillRowInside(v, s + 4);
+                    waveStep<false>(v, s, previous, k, early, &staged[i]);
+                    if (i < 7 || plain(s + 1)) earlyWeights<false>(v, s + 1, k, early);
+                    else earlyWeights<true>(v, s + 1, k, early);
+                }
+                writeStaged(v, s0, staged);
+                continue;
+            }
             // Copy row s + 4 (its lanes at x = s + 4 - 2j, all old still).
             if (plain(s) && s + 4 <= w - 1) fillRowInside(v, s + 4);
             else fillRow(v, s + 4);
-            if (plain(s)) waveStep<false>(v, s, previous, k, early);
-            else waveStep<true>(v, s, previous, k, early);
+            if (plain(s)) waveStep<false>(v, s, previous, k, early, nullptr);
+            else waveStep<true>(v, s, previous, k, early, nullptr);
             if (plain(s + 1)) earlyWeights<false>(v, s + 1, k, early);
             else earlyWeights<true>(v, s + 1, k, early);
+            ++s;
         }
     }
     return true;

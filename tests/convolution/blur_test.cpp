@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <vector>
 
 #include "support/test_support.hpp"
@@ -62,82 +63,57 @@ TEST(BoxBlur, InPlaceMatchesSeparateAndIsPinned) {
     }
 }
 
-TEST(BoxBlur, ColourChannelsOneToThreeOnly) {
-    for (int32_t encoding : {OX_BGR, OX_RGBA}) {
-        Image src = noise(9, 6, encoding, OX_8U, 5), dst = make(9, 6, encoding);
-        std::fill_n(dst->data, byteCount(dst.get()), 0xEE);
-        ASSERT_EQ(blur(2, 1, src.get(), dst.get()), 0);
-        for (int32_t c = 1; c <= oxImageGetNChannel(src.get()); ++c) {
-            Image want = make(9, 6, OX_GRAY), got = make(9, 6, OX_GRAY);
-            oxImageExtractChannel(src.get(), want.get(), c);
-            oxImageExtractChannel(dst.get(), got.get(), c);
-            if (c < 4)
-                ASSERT_EQ(blur(2, 1, want.get(), want.get()), 0);
-            else
-                std::fill_n(want->data, 54, 0xEE);  // alpha is left as dst held it
-            EXPECT_EQ(bytesOf(got.get()), bytesOf(want.get())) << encoding << " channel " << c;
-        }
-    }
-}
-
-// An unknown type has element size 0 and so no pixels to read, whatever
-// the radii.
-TEST(BoxBlur, UnknownTypesAreRefused) {
-    Image unknown(oxImageCreateWithType(20, 23, OX_GRAY, 1)), grey = make(20, 23, OX_GRAY);
-    ASSERT_TRUE(unknown && grey);
-    uint8_t scratch[20 * 23];
-    for (const oxBlurParams p : {oxBlurParams{1, 1}, oxBlurParams{0, 0}})
-        for (auto [src, dst] : {std::pair{unknown.get(), unknown.get()}, std::pair{unknown.get(), grey.get()},
-                                std::pair{grey.get(), unknown.get()}}) {
-            EXPECT_EQ(oxBlurFilter(&p, src, dst, nullptr), 1) << p.radiusX;
-            EXPECT_EQ(oxBlurFilterOpt(&p, src, dst, nullptr, scratch), 1) << p.radiusX;
-            EXPECT_EQ(oxBlurFilter1C(&p, src, dst, nullptr), 1) << p.radiusX;
-        }
-}
-
+// Refusals and a set abort flag leave the destination unwritten. An
+// unknown type has element size 0 and so no pixels to read, whatever the
+// radii; an invalid encoding describes no buffer for the one-channel form.
 TEST(BoxBlur, RefusalsAndAbortLeaveDestinationUnwritten) {
+    enum Form { kFilter = 1, kOpt = 2, kOneChannel = 4, kAll = 7 };
     const int32_t stop = 1;
+    struct Side {
+        int32_t w, h, encoding, type;
+    };
+    const Side grey{6, 4, OX_GRAY, OX_8U}, bgr{6, 4, OX_BGR, OX_8U}, unknown{20, 23, OX_GRAY, 1}, plane{20, 23, OX_GRAY, OX_8U};
     struct Case {
         const char* name;
-        int32_t srcEnc, dstEnc, srcType, dstW;
+        Side src, dst;
+        oxBlurParams p;
         const volatile int32_t* flag;
+        int forms;
         int32_t status;
     } cases[] = {
-        {"abort, grey", OX_GRAY, OX_GRAY, OX_8U, 6, &stop, 2},
-        {"abort, colour", OX_BGR, OX_BGR, OX_8U, 6, &stop, 2},
-        {"grey into colour", OX_GRAY, OX_BGR, OX_8U, 6, nullptr, 1},
-        {"sizes differ", OX_BGR, OX_BGR, OX_8U, 5, nullptr, 1},
-        {"colour of 16 bits", OX_BGR, OX_BGR, OX_16U, 6, nullptr, 1},
+        {"abort, grey", grey, grey, {1, 1}, &stop, kFilter, 2},
+        {"abort, colour", bgr, bgr, {1, 1}, &stop, kFilter, 2},
+        {"grey into colour", grey, bgr, {1, 1}, nullptr, kFilter, 1},
+        {"sizes differ", bgr, {5, 4, OX_BGR, OX_8U}, {1, 1}, nullptr, kFilter, 1},
+        {"colour of 16 bits", {6, 4, OX_BGR, OX_16U}, {6, 4, OX_BGR, OX_16U}, {1, 1}, nullptr, kFilter, 1},
+        {"unknown types", unknown, unknown, {1, 1}, nullptr, kAll, 1},
+        {"unknown types, no pass", unknown, unknown, {0, 0}, nullptr, kAll, 1},
+        {"unknown source", unknown, plane, {1, 1}, nullptr, kAll, 1},
+        {"unknown source, no pass", unknown, plane, {0, 0}, nullptr, kAll, 1},
+        {"unknown destination", plane, unknown, {1, 1}, nullptr, kAll, 1},
+        {"unknown destination, no pass", plane, unknown, {0, 0}, nullptr, kAll, 1},
+        {"one channel, source encoding above 4", {6, 4, 5, OX_8U}, grey, {1, 1}, nullptr, kOneChannel, 1},
+        {"one channel, destination encoding negative", grey, {6, 4, -1, OX_8U}, {1, 0}, nullptr, kOneChannel, 1},
+        {"one channel, no pass to run", {6, 4, 5, OX_8U}, {6, 4, 5, OX_8U}, {0, 0}, nullptr, kOneChannel, 1},
     };
-    for (const Case& c : cases) {
-        Image src = noise(6, 4, c.srcEnc, c.srcType, 3), dst = make(c.dstW, 4, c.dstEnc, c.srcType);
-        std::fill_n(dst->data, byteCount(dst.get()), 7);
-        EXPECT_EQ(blur(1, 1, src.get(), dst.get(), c.flag), c.status) << c.name;
-        EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(byteCount(dst.get()), 7)) << c.name;
-    }
-}
-
-TEST(BoxBlur, OneChannelFormRefusesAnInvalidEncoding) {
-    struct Case {
-        const char* name;
-        int32_t srcEnc, dstEnc, rx, ry;
-    } cases[] = {
-        {"source above 4", 5, OX_GRAY, 1, 1},
-        {"destination negative", OX_GRAY, -1, 1, 0},
-        {"no pass to run", 5, 5, 0, 0},
+    using Header = std::unique_ptr<oxImage, void (*)(oxImage*)>;
+    auto header = [](const Side& s, uint8_t* pixels) {
+        Header h(oxImageCreateHeaderWithType(s.w, s.h, s.encoding, s.type), [](oxImage* p) { oxImageReleaseHeader(&p); });
+        h->data = pixels;
+        return h;
     };
-    for (const Case& c : cases) {
-        std::vector<uint8_t> in(24, 50), out(24, 7);
-        oxImage* src = oxImageCreateHeader(6, 4, c.srcEnc);
-        oxImage* dst = oxImageCreateHeader(6, 4, c.dstEnc);
-        src->data = in.data();
-        dst->data = out.data();
-        const oxBlurParams p{c.rx, c.ry};
-        EXPECT_EQ(oxBlurFilter1C(&p, src, dst, nullptr), 1) << c.name;
-        EXPECT_EQ(out, std::vector<uint8_t>(24, 7)) << c.name;
-        oxImageReleaseHeader(&src);
-        oxImageReleaseHeader(&dst);
-    }
+    constexpr int32_t kBytes = 20 * 23 * 4 * 8;  // room for every side's pixels
+    for (const Case& c : cases)
+        for (int form : {kFilter, kOpt, kOneChannel}) {
+            if (!(c.forms & form)) continue;
+            std::vector<uint8_t> in = bytesOf(noise(kBytes, 1, OX_GRAY, OX_8U, 3).get()), out(kBytes, 7), scratch(kBytes);
+            Header src = header(c.src, in.data()), dst = header(c.dst, out.data());
+            const int32_t status = form == kFilter ? oxBlurFilter(&c.p, src.get(), dst.get(), c.flag)
+                                   : form == kOpt  ? oxBlurFilterOpt(&c.p, src.get(), dst.get(), c.flag, scratch.data())
+                                                   : oxBlurFilter1C(&c.p, src.get(), dst.get(), c.flag);
+            EXPECT_EQ(status, c.status) << c.name << ", form " << form;
+            EXPECT_EQ(out, std::vector<uint8_t>(kBytes, 7)) << c.name << ", form " << form;
+        }
 }
 
 // Whole outputs of every form the filter takes (grey and colour, mixed

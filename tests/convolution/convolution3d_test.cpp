@@ -8,18 +8,6 @@ using namespace oxtest;
 
 namespace {
 
-struct VolumeDeleter {
-    void operator()(oxVolume* v) const { v->data ? oxVolumeRelease(&v) : oxVolumeReleaseWithSeparatePlanes(&v); }
-};
-using Volume = std::unique_ptr<oxVolume, VolumeDeleter>;
-
-Volume noiseVolume(int32_t w, int32_t h, int32_t d, int32_t type, uint32_t seed, bool separate = false) {
-    Volume v(separate ? oxVolumeCreateWithTypeWithSeparatePlanes(w, h, d, type)
-                      : oxVolumeCreateWithType(w, h, d, type));
-    for (int32_t z = 0; z < d; ++z) fillNoise(v->planes[z], seed + z);
-    return v;
-}
-
 std::vector<uint8_t> voxels(const oxVolume* v) {
     std::vector<uint8_t> all;
     for (int32_t z = 0; z < v->depth; ++z)
@@ -45,7 +33,7 @@ TEST(Convolution3D, IdentityDepthMatchesTheImageFilterInEveryForm) {
     for (int32_t type : {OX_8U, OX_32F, OX_64F})
         for (int32_t border : {OX_PAD_EXPAND, OX_PAD_REFLECT}) {
             Kernel k = makeKernel({{1, 2, 3, 4, 5}, {1, 4, 6, 4, 1}, kId}, 1, border);
-            Volume src = noiseVolume(13, 9, 3, type, 5, border), dst = noiseVolume(13, 9, 3, type, 6);
+            TestVolume src = noiseVolume(13, 9, 3, type, 5, border), dst = noiseVolume(13, 9, 3, type, 6);
             std::vector<uint8_t> buffer(oxSeparableConvolutionGetTempBufferSize3D(src.get()));
             ASSERT_EQ(buffer.size(), 13u * 9 * 4 * 4);
             ASSERT_EQ(oxSeparableConvolutionFilterOpt3D(src.get(), dst.get(), k.get(), buffer.data()), 0);
@@ -66,7 +54,7 @@ TEST(Convolution3D, DeltaGivesTheOuterProductInFloat) {
         kz{0.17f, 0.31f, 0.23f, 0.7f, 0.37f, 0.19f, 0.29f};
     Kernel k = makeKernel({kx, ky, kz});
     for (int32_t type : {OX_32F, OX_64F}) {
-        Volume src(oxVolumeCreateWithType(5, 7, 9, type)), dst = noiseVolume(5, 7, 9, type, 1);
+        TestVolume src(oxVolumeCreateWithType(5, 7, 9, type)), dst = noiseVolume(5, 7, 9, type, 1);
         ox::detail::visitType(type, [&](auto t) { reinterpret_cast<typename decltype(t)::type*>(src->data)[157] = 1; });
         ASSERT_EQ(oxSeparableConvolutionFilter3D(src.get(), dst.get(), k.get()), 0);
         for (int32_t i = 0; i < 5 * 7 * 9; ++i) {
@@ -85,7 +73,7 @@ TEST(Convolution3D, DepthPassFacesThroughAMatchingPadCache) {
     for (int32_t i = 0; i < 36; ++i) inter[i] = static_cast<float>(i / 9 + 1);
     for (int32_t border : {OX_PAD_EXPAND, OX_PAD_REFLECT}) {
         Kernel k = makeKernel({kId, kId, {1, 2, 4}}, 0, border);
-        Volume deep(oxVolumeCreate(3, 3, 9)), dst(oxVolumeCreateWithType(3, 3, 4, OX_64F));
+        TestVolume deep(oxVolumeCreate(3, 3, 9)), dst(oxVolumeCreateWithType(3, 3, 4, OX_64F));
         ASSERT_EQ(oxSepKernelPreComputePadding3D(k.get(), deep.get()), 0);
         EXPECT_EQ(oxApplySepKernelD64D3D(inter.data(), dst.get(), k.get()), 1);
         ASSERT_EQ(oxSepKernelPreComputePadding3D(k.get(), dst.get()), 0);
@@ -106,7 +94,7 @@ TEST(Convolution3D, RefusalsAndNoCoresLeaveTheDestinationAlone) {
                  {"kernel sums to 0", 6, 6, OX_8U, 6, 1, 1, zeroSum.get()},
                  {"no core granted", 6, 6, OX_32F, 6, 0, 0, g.get()}};
     for (const auto& c : cases) {
-        Volume src = noiseVolume(c.w, 6, c.d, c.type, 3), dst = noiseVolume(c.dstW, 6, c.d, c.type, 4);
+        TestVolume src = noiseVolume(c.w, 6, c.d, c.type, 3), dst = noiseVolume(c.dstW, 6, c.d, c.type, 4);
         const std::vector<uint8_t> before = voxels(dst.get());
         oxSystemInfoSetNumberOfCores(c.cores);
         EXPECT_EQ(oxSeparableConvolutionFilter3D(src.get(), dst.get(), c.kernel), c.status) << c.what;

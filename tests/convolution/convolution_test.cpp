@@ -197,8 +197,9 @@ TEST(ConvolutionFilter, RefusalsLeaveTheDestinationAlone) {
 }
 
 // The work buffer has exactly the advertised size (an access past it fails
-// under the sanitizer); the allocating form in place agrees; alpha is kept.
-TEST(ConvolutionFilter, GoldenOutputsOptAndInPlace) {
+// under the sanitizer); the destination starts as noise, so a kept alpha
+// is in the hash.
+TEST(ConvolutionFilter, GoldenOutputsWithTheCallersBuffer) {
     Kernel asym = makeKernel({1, 2, 3, 4, 5}, {1, 4, 6, 4, 1}, 1, OX_PAD_REFLECT);
     Kernel gauss(oxSepKernelGaussian(3));
     const struct {
@@ -213,16 +214,9 @@ TEST(ConvolutionFilter, GoldenOutputsOptAndInPlace) {
                  {19, 11, OX_RGBA, OX_8U, gauss.get(), 10372939446318244239ull}};
     for (const auto& c : cases) {
         Image src = noise(c.w, c.h, c.encoding, c.type, 99), dst = noise(c.w, c.h, c.encoding, c.type, 98);
-        const std::vector<uint8_t> before = bytesOf(dst.get());
         std::vector<uint8_t> buffer(oxSeparableConvolutionGetTempBufferSize(src.get()));
         ASSERT_EQ(oxSeparableConvolutionFilterOpt(src.get(), dst.get(), c.kernel, buffer.data()), 0);
         EXPECT_EQ(hashImage(dst.get()), c.hash) << c.w << "x" << c.h << " type " << c.type;
-        if (c.encoding == OX_RGBA) {
-            for (size_t i = 3; i < before.size(); i += 4) ASSERT_EQ(dst->data[i], before[i]) << i;
-            continue;
-        }
-        ASSERT_EQ(oxSeparableConvolutionFilter(src.get(), src.get(), c.kernel), 0);
-        EXPECT_EQ(bytesOf(src.get()), bytesOf(dst.get()));
     }
 }
 

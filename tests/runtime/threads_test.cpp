@@ -21,21 +21,10 @@ using namespace oxtest;
 
 namespace {
 
-struct VolumeDeleter {
-    void operator()(oxVolume* v) const { oxVolumeRelease(&v); }
-};
-using Volume = std::unique_ptr<oxVolume, VolumeDeleter>;
-
 struct BilateralDeleter {
     void operator()(oxBilateralParams* p) const { oxBilateralParamsRelease(&p); }
 };
 using Bilateral = std::unique_ptr<oxBilateralParams, BilateralDeleter>;
-
-Volume noiseVolume(int32_t w, int32_t h, int32_t d, int32_t type, uint32_t seed) {
-    Volume v(oxVolumeCreateWithType(w, h, d, type));
-    for (int32_t z = 0; z < d; ++z) fillNoise(v->planes[z], seed + z);
-    return v;
-}
 
 uint64_t hashVolume(const oxVolume* v) {
     uint64_t h = 0;
@@ -104,7 +93,7 @@ std::vector<Outcome> runAll(uint32_t seed) {
     Bilateral bilateral3(oxBilateralParamsDefault3D());
     bilateral3->radius = 2;
     bilateral3->rangeSigma = 0.3;
-    Volume vol = noiseVolume(13, 11, 5, OX_8U, seed + 3), volOut = noiseVolume(13, 11, 5, OX_8U, 0);
+    TestVolume vol = noiseVolume(13, 11, 5, OX_8U, seed + 3), volOut = noiseVolume(13, 11, 5, OX_8U, 0);
     note("bilateral 3-D", oxBilateralFilter3D(bilateral3.get(), vol.get(), volOut.get()), volOut.get());
 
     // Resize in its three modes, separable convolution of images and

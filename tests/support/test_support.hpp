@@ -1,5 +1,5 @@
-// Shared test helpers: images from literals, seeded noise, byte hashes and
-// a scratch folder.
+// Shared test helpers: images from literals, seeded noise (images and
+// volumes), byte hashes and a scratch folder.
 #pragma once
 
 #include <cstdint>
@@ -77,6 +77,19 @@ inline Image noise(int32_t width, int32_t height, int32_t encoding, int32_t type
     Image img = make(width, height, encoding, type);
     fillNoise(img.get(), seed);
     return img;
+}
+
+// A volume of either layout, released by the matching call.
+struct AnyVolumeDeleter {
+    void operator()(oxVolume* v) const { v->data ? oxVolumeRelease(&v) : oxVolumeReleaseWithSeparatePlanes(&v); }
+};
+using TestVolume = std::unique_ptr<oxVolume, AnyVolumeDeleter>;
+
+// Noise as fillNoise makes it, plane z from seed + z; `separate`: one buffer per plane.
+inline TestVolume noiseVolume(int32_t w, int32_t h, int32_t d, int32_t type, uint32_t seed, bool separate = false) {
+    TestVolume v(separate ? oxVolumeCreateWithTypeWithSeparatePlanes(w, h, d, type) : oxVolumeCreateWithType(w, h, d, type));
+    for (int32_t z = 0; z < d; ++z) fillNoise(v->planes[z], seed + z);
+    return v;
 }
 
 // FNV-1a, 64 bits: stable across platforms, enough to pin golden outputs.

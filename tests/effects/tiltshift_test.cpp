@@ -1,37 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 #include "support/test_support.hpp"
 
 using namespace oxtest;
-
-// 127.5 truncates; the fused sum gives 90 (separate products 89). Then the
-// rows (vectorised where possible, box-limited) against the formula, written
-// out here: a zero half-axis gives an infinite or NaN offset, hence byte 0.
-TEST(FocusMask, WorkedValuesAndFormula) {
-    Image m = make(24, 202, OX_GRAY);
-    const oxFocusMaskParams whole{0, 0, 1, 1};
-    EXPECT_EQ(oxFocusMaskFill(&whole, m.get()) + m->data[101 * 24 + 18], 127);
-    EXPECT_EQ(m->data[151 * 24 + 7], 90);
-    std::mt19937 rng(3);
-    std::uniform_real_distribution<float> frac(-0.6f, 1.6f);
-    for (int32_t w : {1, 3, 7, 17, 1031})
-        for (int32_t h = 1; h < 40; h += 3) {
-            const oxFocusMaskParams b{frac(rng), frac(rng), frac(rng), frac(rng)};
-            m = make(w, h, OX_GRAY);
-            ASSERT_EQ(oxFocusMaskFill(&b, m.get()), 0);
-            const int32_t x0 = int32_t(b.x0 * float(w)), x1 = int32_t(b.x1 * float(w));
-            const int32_t y0 = int32_t(b.y0 * float(h)), y1 = int32_t(b.y1 * float(h));
-            for (int32_t i = 0; i < w * h; ++i) {
-                const float dx = float(i % w - ((x0 + x1) >> 1)) / float((x1 - x0) >> 1);
-                const float dy = float(i / w - ((y0 + y1) >> 1)) / float((y1 - y0) >> 1);
-                const float v = (1.0f - std::sqrt(std::fmaf(dx, dx, dy * dy))) * 255.0f;
-                ASSERT_EQ(m->data[i], v > 0.0f ? uint8_t(v) : 0) << w << "x" << h << " at " << i;
-            }
-        }
-}
 
 // No lens: an exact copy unless trunc(strength * 51.2) >= 1 and the kernel fits (3 x 1000 works at 3 x 1024).
 TEST(YewTiltShift, SkippedOrFailedBlurCopiesTheSource) {

@@ -11,8 +11,6 @@
 #include <vector>
 
 #include "convolution/detail/passes_plain.hpp"
-#include "core/detail/isa.hpp"
-#include "core/detail/pixel_types.hpp"
 #include "fuzz_support.hpp"
 #include "ox_convolution.h"
 #include "ox_kernel.h"
@@ -22,10 +20,7 @@ namespace sep = ox::detail::sep;
 
 namespace {
 
-struct KernelRelease {
-    void operator()(oxSepKernel* k) const { oxSepKernelRelease(&k); }
-};
-using Kernel = std::unique_ptr<oxSepKernel, KernelRelease>;
+using Kernel = Owned<oxSepKernel, oxSepKernelRelease>;
 
 int32_t smallRadius(FuzzedDataProvider& in) {
     if (in.ConsumeIntegralInRange<int>(0, 15) == 0) return in.ConsumeIntegralInRange<int32_t>(-3, 300);
@@ -154,15 +149,8 @@ void filter(FuzzedDataProvider& in, const oxSepKernel* k, const std::vector<uint
     const bool opt = in.ConsumeBool(), inPlace = in.ConsumeBool();
     OwnedImage src, other;
     if (!fuzzImage(in, src, choice, fill)) return;
-    oxImage* dst = src.get();
-    if (!inPlace) {
-        if (in.ConsumeBool()) {
-            if (!makeImage(other, src->width, src->height, src->encoding, src->type, {})) return;
-        } else if (!fuzzImage(in, other, choice, {})) {
-            return;
-        }
-        dst = other.get();
-    }
+    oxImage* dst = fuzzDestination(in, inPlace, src, other, choice);
+    if (!dst) return;
     const std::vector<uint8_t> before = snapshot(src), dstBefore = inPlace ? before : snapshot(other);
     const uint64_t scratchBytes = oxSeparableConvolutionGetTempBufferSize(src.get());
     // The Opt form's buffer starts zeroed: a ROI that fills only part of
@@ -182,12 +170,9 @@ void filter(FuzzedDataProvider& in, const oxSepKernel* k, const std::vector<uint
     // (The allocating form leaves a partly filled plane undefined.)
     if (status != 0 || !opt) return;
     const std::vector<uint8_t> fast(dst->data, dst->data + dstBefore.size());
-    std::memcpy(src->data, before.data(), before.size());
-    if (!inPlace) std::memcpy(dst->data, dstBefore.data(), dstBefore.size());
-    ox::detail::limitIsa(ox::detail::Isa::Reference);
-    const int32_t plain = run();
-    ox::detail::limitIsa(ox::detail::Isa::Avx2);
-    OXFUZZ_CHECK(plain == 0);
+    restore(src, before);
+    if (!inPlace) restore(other, dstBefore);
+    OXFUZZ_CHECK(onReference(run) == 0);
     const int32_t e = ox::detail::elementSize(dst->type);
     if (dst->type == OX_8U)
         OXFUZZ_CHECK(std::memcmp(fast.data(), dst->data, fast.size()) == 0);

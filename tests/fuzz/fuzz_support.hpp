@@ -149,18 +149,20 @@ inline bool makeImage(OwnedImage& out, int32_t width, int32_t height, int32_t en
     return true;
 }
 
+// A ROI inside an image of this size (an empty one included).
+inline oxRect insideRoi(FuzzedDataProvider& in, int32_t width, int32_t height) {
+    width = std::max(width, 0), height = std::max(height, 0);
+    const int32_t x = in.ConsumeIntegralInRange<int32_t>(0, width), y = in.ConsumeIntegralInRange<int32_t>(0, height);
+    return {x, y, in.ConsumeIntegralInRange<int32_t>(0, width - x), in.ConsumeIntegralInRange<int32_t>(0, height - y)};
+}
+
 // A ROI for a family that checks or ignores it: any rectangle, mostly the
 // whole image, sometimes inside it, sometimes anything at all.
 inline oxRect anyRoi(FuzzedDataProvider& in, int32_t width, int32_t height) {
     switch (in.ConsumeIntegralInRange<int>(0, 3)) {
     case 0:
     case 1: return {0, 0, width, height};
-    case 2: {
-        const int32_t x = in.ConsumeIntegralInRange<int32_t>(0, std::max(width, 0));
-        const int32_t y = in.ConsumeIntegralInRange<int32_t>(0, std::max(height, 0));
-        return {x, y, in.ConsumeIntegralInRange<int32_t>(0, std::max(width, 0) - x),
-                in.ConsumeIntegralInRange<int32_t>(0, std::max(height, 0) - y)};
-    }
+    case 2: return insideRoi(in, width, height);
     default:
         return {in.ConsumeIntegral<int32_t>(), in.ConsumeIntegral<int32_t>(), in.ConsumeIntegral<int32_t>(),
                 in.ConsumeIntegral<int32_t>()};
@@ -168,9 +170,7 @@ inline oxRect anyRoi(FuzzedDataProvider& in, int32_t width, int32_t height) {
 }
 
 // The pixel bytes: whatever the fuzzer left after the parameters.
-inline std::vector<uint8_t> pixelBytes(FuzzedDataProvider& in) {
-    return in.ConsumeRemainingBytes<uint8_t>();
-}
+inline std::vector<uint8_t> pixelBytes(FuzzedDataProvider& in) { return in.ConsumeRemainingBytes<uint8_t>(); }
 
 // A read-only stream over the fuzzer's bytes, seekable like a file.
 struct StreamCloser {
@@ -210,10 +210,6 @@ struct MemoryStream {
     }
 };
 
-}  // namespace oxfuzz
-
-namespace oxfuzz {
-
 // A fuzzed image for the filters: sides from side(), a type that is mostly
 // `usualType` (any code otherwise), an encoding that is mostly one of the
 // five, a ROI from anyRoi() and pixels repeating `fill`. When only one side
@@ -233,12 +229,7 @@ inline bool fuzzImage(FuzzedDataProvider& in, OwnedImage& out, const ImageChoice
     const int32_t type = in.ConsumeIntegralInRange<int>(0, 7) == 0 ? anyType(in) : c.usualType;
     const int32_t encoding = in.ConsumeIntegralInRange<int>(0, 7) == 0 ? anyEncoding(in) : knownEncoding(in);
     if (!makeImage(out, w, h, encoding, type, fill)) return false;
-    if (c.anyRoiAllowed) {
-        out->roi = anyRoi(in, w, h);
-    } else {
-        const int32_t x = in.ConsumeIntegralInRange<int32_t>(0, w), y = in.ConsumeIntegralInRange<int32_t>(0, h);
-        out->roi = {x, y, in.ConsumeIntegralInRange<int32_t>(0, w - x), in.ConsumeIntegralInRange<int32_t>(0, h - y)};
-    }
+    out->roi = c.anyRoiAllowed ? anyRoi(in, w, h) : insideRoi(in, w, h);
     out->coi = in.ConsumeIntegralInRange<int32_t>(-1, 5);
     if (verbose())
         std::fprintf(stderr, "  roi {%d, %d, %d, %d}\n", out->roi.x, out->roi.y, out->roi.width, out->roi.height);

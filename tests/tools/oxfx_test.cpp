@@ -70,24 +70,19 @@ protected:
         return result;
     }
 
-    // A picture with `channels` 1 (grey), 3 or 4 (with alpha), as PNG or,
-    // for 3 channels, as JPEG by the extension.
+    // A noise picture with `channels` 1 (grey), 3 or 4 (with alpha); with 3,
+    // PNG or JPEG by the extension.
     void writePicture(const std::string& name, int32_t width, int32_t height, int channels = 3) const {
-        const std::string path = (work() / name).string();
         std::vector<uint8_t> pixels(static_cast<size_t>(width) * height * channels);
         std::mt19937 rng(7);
         for (uint8_t& p : pixels) p = static_cast<uint8_t>(rng());
-        if (oxio::formatFromPath(path) == oxio::Format::Jpeg) {
-            oxio::Picture picture{width, height, pixels, false};
-            std::string error;
-            ASSERT_TRUE(oxio::writePicture(path, picture, 90, error)) << error;
-            return;
-        }
+        if (channels == 3) return writeBgr(name, {width, height, pixels, false});
         png_image image{};
         image.version = PNG_IMAGE_VERSION;
         image.width = static_cast<png_uint_32>(width);
         image.height = static_cast<png_uint_32>(height);
-        image.format = channels == 1 ? PNG_FORMAT_GRAY : channels == 4 ? PNG_FORMAT_RGBA : PNG_FORMAT_RGB;
+        image.format = channels == 1 ? PNG_FORMAT_GRAY : PNG_FORMAT_RGBA;
+        const std::string path = (work() / name).string();
         ASSERT_TRUE(png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, nullptr)) << image.message;
     }
 

@@ -22,16 +22,7 @@ namespace {
 using Bytes = std::vector<uint8_t>;
 
 enum class Layout { Separate, InPlace, Shifted, Padded };
-
-const char* nameOf(Layout l) {
-    switch (l) {
-    case Layout::Separate: return "separate";
-    case Layout::InPlace: return "in place";
-    case Layout::Shifted: return "shifted";
-    case Layout::Padded: return "padded";
-    }
-    return "?";
-}
+const char* const kLayoutNames[] = {"separate", "in place", "shifted", "padded"};
 
 // Noise, or values in a narrow band where the range weights matter most.
 Bytes pixels(int32_t count, uint32_t seed, bool band) {
@@ -85,7 +76,7 @@ TEST(BilateralColourPaths, EveryPathGivesThePlainBytes) {
         for (Layout layout : {Layout::Separate, Layout::InPlace, Layout::Shifted, Layout::Padded})
             for (int32_t w : awkwardWidths())
                 for (int32_t h : {1, 2, 3, 4, 19}) {
-                    const std::string what = std::string(nameOf(layout)) + " " + std::to_string(w) + "x" +
+                    const std::string what = std::string(kLayoutNames[int(layout)]) + " " + std::to_string(w) + "x" +
                                              std::to_string(h) + " r " + std::to_string(c.r) +
                                              (c.band ? " band" : " noise");
                     expectSameOnEveryPath(what, [&] { return run(*c.tables, w, h, c.r, c.passes, layout, c.band); });

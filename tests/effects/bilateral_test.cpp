@@ -4,7 +4,7 @@
 #include <random>
 
 #include "effects/detail/bilateral_kernel.hpp"
-#include "support/photos.hpp"
+#include "support/golden.hpp"
 
 using namespace oxtest;
 using ox::detail::readElement;
@@ -80,13 +80,8 @@ TEST(BilateralTables, ColourRangeTableMatchesTheDirectFormula) {
     Params p = params(10.0, 2.8, 1);
     Image img = make(1, 1, OX_GRAY);
     ASSERT_EQ(oxBilateralFilter(p.get(), img.get(), img.get()), 0);  // rebuilds the range table
+    // Every entry is float(exp(double(f * float(a^2 + b^2 + c^2)))), f = (-1 / (2 s s)) / 65025 in float.
     const oxBilateralTables* t = p->tables2D;
-    const float s = 2.8f, f = (-1.0f / ((s + s) * s)) / 65025.0f;
-    std::mt19937 rng(7);
-    for (int i = 0; i < 4000; ++i) {
-        const int a = rng() % 256, b = rng() % 256, c = rng() % 256;
-        ASSERT_EQ(t->rangeWeights[a][b][c], float(std::exp(double(f * float(a * a + b * b + c * c)))));
-    }
     EXPECT_EQ(hashBytes(t->rangeWeights, sizeof t->rangeWeights), 0xe61bc7194582d5b9ull);
     p->rangeSigma = 0.0;  // keeps difference 0 alone, without NaN
     ASSERT_EQ(oxBilateralFilter(p.get(), img.get(), img.get()), 0);
@@ -265,10 +260,7 @@ TEST(BilateralFilter, ColourPassesPinned) {
             Image src;
             if (c.photo) {
                 OX_LOAD_PHOTO(photo, c.photo);
-                src = c.w ? make(c.w, c.h, OX_BGR) : std::move(photo);
-                if (c.w) {
-                    ASSERT_EQ(oxResize(photo.get(), src.get(), 0, nullptr), 0);
-                }
+                src = golden::resized(std::move(photo), {c.photo, c.w, c.h});
             } else {
                 src = noise(w, c.h, c.layout == FourChannels ? OX_RGBA : OX_BGR, OX_8U, uint32_t(w));
             }

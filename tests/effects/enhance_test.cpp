@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <limits>
 
 #include "effects/detail/enhance_stages.hpp"
@@ -38,57 +37,32 @@ TEST(Enhance, StageSetFailingAtEachRecord) {
     }
 }
 
-// The pipeline against its stages called one by one on the same start image.
-TEST(Enhance, StageOrderWorkingImageAndContrastWeight) {
-    const oxContrastEnhanceParams ce{9, 4, 0, 255, 0};
-    const oxFillLightParams fill{0.5};
-    const oxSharpenParams sharp{0.4000000059604645};  // 0.4f widened
-    const auto contrastMixed = [&](const oxImage* s, oxImage* r, uint8_t w) {
-        Image t = make(23, 17, OX_BGR);
-        oxContrastEnhanceFilter(&ce, s, nullptr, t.get(), nullptr);
-        oxAddWeigthedS(s, t.get(), r, w);
+// Stage order, working image and mix weight on dull noise (23 x 17, or
+// 40 x 30): steepness 0 runs the contrast stage alone; weights 0.5 and 0.001
+// mix its output with the source at 128 and 0; a NaN weight runs nothing (the
+// destination keeps its noise); contrast reads the colour correction's output
+// while fill light blends over the source; in place, fill light lifts the
+// untouched copy, and every stage blended through weights gives the bytes it
+// gives out of place.
+TEST(Enhance, PinnedStageOrderAndWeights) {
+    struct Case { const char* name; oxEnhanceParams p; bool large, weights, inPlace; uint64_t hash; } cases[] = {
+        {"steepness 0: contrast only", {0, 1, 1.0f, 9, 4, 0.0f, 1.4f, 7, 0, 0.5f, 0, 0.4f}, false, false, false, 0x650a0a4dafc9a5adull},
+        {"weight 0.5 mixes with 128", {0, 1, 0.5f, 9, 4, -1.0f, 1.4f, 7, 0, 0.5f, 0, 0.4f}, false, false, false, 0xd0890dcf0ce0f937ull},
+        {"weight 0.001 mixes with 0", {0, 1, 0.001f, 9, 4, kNaN, 1.4f, 7, 0, 0.5f, 0, 0.4f}, false, false, false, 0xa9cbe9b437d90c5bull},
+        {"NaN weight: nothing runs", {0, 1, kNaN, 9, 4, 0.0f, 1.4f, 7, 0, 0.5f, 0, 0.4f}, false, false, false, 0x4f86c7d13c41721bull},
+        {"colour correction first", {1, 1, 0.001f, 9, 4, 0.0f, 1.4f, 7, 1, 0.5f, 1, 0.4f}, false, false, false, 0x98d99e7bde580a9cull},
+        {"fill light in place", {0, 1, 1, 9, 4, 0.3f, 1.4f, 7, 1, 1, 0, 0}, true, false, true, 0x37c773cf1bb75903ull},
+        {"every stage, weights", {1, 1, 0.5f, 9, 4, 0.3f, 1.4f, 3, 1, 0.7f, 1, 0.3f}, true, true, false, 0x18677233d5d429eaull},
+        {"every stage, weights, in place", {1, 1, 0.5f, 9, 4, 0.3f, 1.4f, 3, 1, 0.7f, 1, 0.3f}, true, true, true, 0x18677233d5d429eaull},
     };
-    struct Case {
-        const char* name;
-        int32_t others;  // colour correction, fill light and sharpen
-        float weight, steepness;
-        std::function<void(const oxImage*, oxImage*)> reference;
-    } cases[] = {
-        {"steepness 0: contrast only", 0, 1.0f, 0.0f, [&](auto s, auto r) { contrastMixed(s, r, 255); }},
-        {"weight 0.5 mixes with 128", 0, 0.5f, -1.0f, [&](auto s, auto r) { contrastMixed(s, r, 128); }},
-        {"weight 0.001 mixes with 0", 0, 0.001f, kNaN, [&](auto s, auto r) { contrastMixed(s, r, 0); }},
-        {"NaN weight: nothing runs", 0, kNaN, 0.0f, [](auto, auto) {}},
-        {"contrast reads the colour correction, weight idle; fill light over the source", 1, 0.001f, 0.0f,
-         [&](auto s, auto r) {
-             oxColorCorrectionFilter(s, nullptr, r, nullptr);
-             oxContrastEnhanceFilter(&ce, r, nullptr, r, nullptr);
-             oxFillLight(&fill, s, r, r, nullptr);
-             oxSharpenFilter(&sharp, r, nullptr, r, nullptr);
-         }},
-    };
-    const Image src = dullNoise(23, 17, 3);
     for (const Case& c : cases) {
-        const oxEnhanceParams p{c.others, 1, c.weight, 9, 4, c.steepness, 1.4f, 7, c.others, 0.5f, c.others, 0.4f};
-        Image dst = noise(23, 17, OX_BGR, OX_8U, 7), ref = noise(23, 17, OX_BGR, OX_8U, 7);
-        ASSERT_EQ(oxEnhanceFilter(&p, src.get(), nullptr, dst.get(), nullptr), 0) << c.name;
-        c.reference(src.get(), ref.get());
-        EXPECT_EQ(bytesOf(dst.get()), bytesOf(ref.get())) << c.name;
+        const int32_t w = c.large ? 40 : 23, h = c.large ? 30 : 17;
+        Image src = dullNoise(w, h, c.large ? 5 : 3), dst = noise(w, h, OX_BGR, OX_8U, 7);
+        Image weights = noise(w, h, OX_GRAY, OX_8U, 6);
+        oxImage* out = c.inPlace ? src.get() : dst.get();
+        ASSERT_EQ(oxEnhanceFilter(&c.p, src.get(), c.weights ? weights.get() : nullptr, out, nullptr), 0) << c.name;
+        EXPECT_EQ(hashImage(out), c.hash) << c.name;
     }
-}
-
-TEST(Enhance, InPlaceCopiesAndWeights) {
-    // In place, fill light lifts the untouched copy towards the enhanced image.
-    oxEnhanceParams p{0, 1, 1, 9, 4, 0.3f, 1.4f, 7, 1, 1, 0, 0};
-    const Image src = dullNoise(40, 30, 5), weights = noise(40, 30, OX_GRAY, OX_8U, 6);
-    Image img = dullNoise(40, 30, 5), out = make(40, 30, OX_BGR);
-    ASSERT_EQ(oxEnhanceFilter(&p, img.get(), nullptr, img.get(), nullptr), 0);
-    for (size_t i = 0; i < byteCount(img.get()); ++i) ASSERT_GE(img->data[i], src->data[i]) << i;
-    // Every stage, blended through weights: in place equals out of place.
-    p = {1, 1, 0.5f, 9, 4, 0.3f, 1.4f, 3, 1, 0.7f, 1, 0.3f};
-    img = dullNoise(40, 30, 5);
-    ASSERT_EQ(oxEnhanceFilter(&p, src.get(), weights.get(), out.get(), nullptr), 0);
-    ASSERT_EQ(oxEnhanceFilter(&p, img.get(), weights.get(), img.get(), nullptr), 0);
-    EXPECT_EQ(bytesOf(img.get()), bytesOf(out.get()));
 }
 
 TEST(Enhance, AbortRefusalsAndBadInputSweep) {
@@ -115,69 +89,52 @@ TEST(Enhance, AbortRefusalsAndBadInputSweep) {
             }
 }
 
-// Whole outputs of stage combinations the goldens do not reach: other
-// encodings, odd radii, every mix weight form, in place with and without
-// weights. The destination starts as noise (its alpha must survive).
-TEST(Enhance, PinnedOutputsOfStageCombinations) {
-    struct Case {
-        oxEnhanceParams p;
-        int32_t srcEnc, dstEnc, w, h;
-        bool inPlace, weights;
-        uint64_t hash;
-    } cases[] = {
-        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 7, 0, 1, 0, 0.3f}, OX_RGBA, OX_RGBA, 1031, 17, false, false, 0x3a927f23a3b580feull},
-        {{0, 1, 1.0f, 9, 4, 0.45f, 1.4f, 1, 0, 1, 0, 0.3f}, OX_BGR, OX_ARGB, 33, 29, false, false, 0x2d8505a6a5e93ff3ull},
-        {{0, 1, 0.5f, 20, 1, 0.3f, 1.0f, 3, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 31, 23, false, false, 0x2e55c0a8a909f77full},
-        {{0, 1, 0.0f, 9, 4, 0.3f, 1.4f, 0, 0, 1, 0, 0.3f}, OX_RGB, OX_RGB, 27, 11, true, false, 0x0f493b2af2e674c7ull},
-        {{1, 1, 1.0f, 9, 4, 0.3f, 1.4f, 7, 1, 0.4f, 0, 0.3f}, OX_BGR, OX_BGR, 40, 30, true, false, 0xb1afc5c9c4a35bb8ull},
-        {{0, 1, 1.0f, 9, 4, 0.2f, 2.0f, 5, 1, 1.5f, 1, 0.6f}, OX_RGBA, OX_RGBA, 37, 19, true, true, 0xde82626cdea0648aull},
-        {{1, 1, 0.7f, 9, 4, 0.3f, 1.4f, 2, 0, 1, 1, 0.3f}, OX_BGR, OX_RGBA, 25, 25, false, true, 0x8b9365a1659bcfebull},
-    };
-    for (const Case& c : cases) {
-        Image src = noise(c.w, c.h, c.srcEnc, OX_8U, static_cast<uint32_t>(c.w * c.h));
-        for (size_t i = 0; i < byteCount(src.get()); ++i) src->data[i] = static_cast<uint8_t>(30 + src->data[i] % 170);
-        Image dst = noise(c.w, c.h, c.dstEnc, OX_8U, 8), weights = noise(c.w, c.h, OX_GRAY, OX_8U, 9);
-        oxImage* out = c.inPlace ? src.get() : dst.get();
-        ASSERT_EQ(oxEnhanceFilter(&c.p, src.get(), c.weights ? weights.get() : nullptr, out, nullptr), 0) << &c - cases;
-        EXPECT_EQ(hashImage(out), c.hash) << &c - cases;
-    }
-}
-
-// Whole outputs and statuses of the contrast-then-transfer run on packed
-// three-byte colour, where the stages can share one walk: both orders of
-// the colour bytes, in place, no blur, a flat image (a threshold table),
-// clips that invert the table, layouts that differ, and the failures after
-// the contrast stage has written (a destination ROI the mix refuses, an
-// image too small for the blur). The destination starts as noise.
-TEST(Enhance, PinnedOutputsOfPackedColour) {
+// Whole outputs and statuses of stage combinations the goldens do not reach:
+// other encodings, odd radii, every mix weight form, in place with and
+// without weights; then contrast-then-transfer on packed three-byte colour,
+// where the stages can share one walk: both orders of the colour bytes, in
+// place, no blur, a flat image (a threshold table), clips that invert the
+// table, layouts that differ, and the failures after the contrast stage has
+// written (a destination ROI the mix refuses, an image too small for the
+// blur). The destination starts as noise (its alpha must survive).
+TEST(Enhance, PinnedOutputs) {
     enum Shape { kNoise, kFlat, kBadRoi };
     struct Case {
         oxEnhanceParams p;
         int32_t srcEnc, dstEnc, w, h;
-        bool inPlace;
+        uint32_t seed;
+        bool inPlace, weights;
         Shape shape;
         int32_t status;
         uint64_t hash;
     } cases[] = {
-        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 7, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 1031, 13, false, kNoise, 0, 0x447e14078c582cc1ull},
-        {{0, 1, 1.0f, 9, 4, 0.5f, 1.4f, 7, 0, 1, 0, 0.3f}, OX_RGB, OX_RGB, 29, 21, true, kNoise, 0, 0x4a70308dc7117ea4ull},
-        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 0, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 17, 9, false, kNoise, 0, 0x7d88d5d9e1e01451ull},
-        {{0, 1, 1.0f, 2, 30, 0.3f, 0.7f, 1, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 9, 40, true, kNoise, 0, 0xc1b07a66d8e79a4dull},
-        {{1, 1, 1.0f, 9, 4, 0.3f, 1.4f, 4, 0, 1, 1, 0.3f}, OX_RGB, OX_RGB, 33, 18, false, kNoise, 0, 0xc4c2288216dfd81bull},
-        {{0, 1, 1.0f, 900, 900, 0.3f, 1.4f, 3, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 31, 12, false, kNoise, 0, 0x18aa62db793d5d21ull},
-        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 7, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 24, 16, false, kFlat, 0, 0xd3361412a457b983ull},
-        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 2, 0, 1, 0, 0.3f}, OX_BGR, OX_RGB, 19, 14, false, kNoise, 0, 0xc5ea39122fcf7971ull},
-        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 2, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 19, 14, false, kBadRoi, 1, 0x141b66fbef9f4541ull},
-        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 7, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 5, 20, false, kNoise, 1, 0xefc5a11721fb61fbull},
+        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 7, 0, 1, 0, 0.3f}, OX_RGBA, OX_RGBA, 1031, 17, 1031 * 17, false, false, kNoise, 0, 0x3a927f23a3b580feull},
+        {{0, 1, 1.0f, 9, 4, 0.45f, 1.4f, 1, 0, 1, 0, 0.3f}, OX_BGR, OX_ARGB, 33, 29, 33 * 29, false, false, kNoise, 0, 0x2d8505a6a5e93ff3ull},
+        {{0, 1, 0.5f, 20, 1, 0.3f, 1.0f, 3, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 31, 23, 31 * 23, false, false, kNoise, 0, 0x2e55c0a8a909f77full},
+        {{0, 1, 0.0f, 9, 4, 0.3f, 1.4f, 0, 0, 1, 0, 0.3f}, OX_RGB, OX_RGB, 27, 11, 27 * 11, true, false, kNoise, 0, 0x0f493b2af2e674c7ull},
+        {{1, 1, 1.0f, 9, 4, 0.3f, 1.4f, 7, 1, 0.4f, 0, 0.3f}, OX_BGR, OX_BGR, 40, 30, 40 * 30, true, false, kNoise, 0, 0xb1afc5c9c4a35bb8ull},
+        {{0, 1, 1.0f, 9, 4, 0.2f, 2.0f, 5, 1, 1.5f, 1, 0.6f}, OX_RGBA, OX_RGBA, 37, 19, 37 * 19, true, true, kNoise, 0, 0xde82626cdea0648aull},
+        {{1, 1, 0.7f, 9, 4, 0.3f, 1.4f, 2, 0, 1, 1, 0.3f}, OX_BGR, OX_RGBA, 25, 25, 25 * 25, false, true, kNoise, 0, 0x8b9365a1659bcfebull},
+        // Packed colour.
+        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 7, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 1031, 13, 1031 + 13, false, false, kNoise, 0, 0x447e14078c582cc1ull},
+        {{0, 1, 1.0f, 9, 4, 0.5f, 1.4f, 7, 0, 1, 0, 0.3f}, OX_RGB, OX_RGB, 29, 21, 29 + 21, true, false, kNoise, 0, 0x4a70308dc7117ea4ull},
+        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 0, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 17, 9, 17 + 9, false, false, kNoise, 0, 0x7d88d5d9e1e01451ull},
+        {{0, 1, 1.0f, 2, 30, 0.3f, 0.7f, 1, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 9, 40, 9 + 40, true, false, kNoise, 0, 0xc1b07a66d8e79a4dull},
+        {{1, 1, 1.0f, 9, 4, 0.3f, 1.4f, 4, 0, 1, 1, 0.3f}, OX_RGB, OX_RGB, 33, 18, 33 + 18, false, false, kNoise, 0, 0xc4c2288216dfd81bull},
+        {{0, 1, 1.0f, 900, 900, 0.3f, 1.4f, 3, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 31, 12, 31 + 12, false, false, kNoise, 0, 0x18aa62db793d5d21ull},
+        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 7, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 24, 16, 24 + 16, false, false, kFlat, 0, 0xd3361412a457b983ull},
+        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 2, 0, 1, 0, 0.3f}, OX_BGR, OX_RGB, 19, 14, 19 + 14, false, false, kNoise, 0, 0xc5ea39122fcf7971ull},
+        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 2, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 19, 14, 19 + 14, false, false, kBadRoi, 1, 0x141b66fbef9f4541ull},
+        {{0, 1, 1.0f, 9, 4, 0.3f, 1.4f, 7, 0, 1, 0, 0.3f}, OX_BGR, OX_BGR, 5, 20, 5 + 20, false, false, kNoise, 1, 0xefc5a11721fb61fbull},
     };
     for (const Case& c : cases) {
-        Image src = noise(c.w, c.h, c.srcEnc, OX_8U, static_cast<uint32_t>(c.w + c.h));
+        Image src = noise(c.w, c.h, c.srcEnc, OX_8U, c.seed);
         for (size_t i = 0; i < byteCount(src.get()); ++i)
             src->data[i] = c.shape == kFlat ? uint8_t{120} : static_cast<uint8_t>(30 + src->data[i] % 170);
-        Image dst = noise(c.w, c.h, c.dstEnc, OX_8U, 8);
+        Image dst = noise(c.w, c.h, c.dstEnc, OX_8U, 8), weights = noise(c.w, c.h, OX_GRAY, OX_8U, 9);
         if (c.shape == kBadRoi) dst->roi.width = c.w + 1;
         oxImage* out = c.inPlace ? src.get() : dst.get();
-        EXPECT_EQ(oxEnhanceFilter(&c.p, src.get(), nullptr, out, nullptr), c.status) << &c - cases;
+        EXPECT_EQ(oxEnhanceFilter(&c.p, src.get(), c.weights ? weights.get() : nullptr, out, nullptr), c.status) << &c - cases;
         EXPECT_EQ(hashImage(out), c.hash) << &c - cases;
     }
 }

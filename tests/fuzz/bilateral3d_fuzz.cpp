@@ -14,10 +14,7 @@ using namespace oxfuzz;
 
 namespace {
 
-struct ParamsRelease {
-    void operator()(oxBilateralParams* p) const { oxBilateralParamsRelease(&p); }
-};
-using Params = std::unique_ptr<oxBilateralParams, ParamsRelease>;
+using Params = Owned<oxBilateralParams, oxBilateralParamsRelease>;
 
 // A volume that owns one buffer per plane, filled from `fill`.
 struct Volume {

@@ -8,10 +8,8 @@
 // the same status and bytes.
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
-#include "core/detail/isa.hpp"
 #include "fuzz_support.hpp"
 #include "ox_bilateral.h"
 
@@ -19,10 +17,7 @@ using namespace oxfuzz;
 
 namespace {
 
-struct ParamsRelease {
-    void operator()(oxBilateralParams* p) const { oxBilateralParamsRelease(&p); }
-};
-using Params = std::unique_ptr<oxBilateralParams, ParamsRelease>;
+using Params = Owned<oxBilateralParams, oxBilateralParamsRelease>;
 
 // Mostly the sigma the tables hold already; a new one now and then.
 double rangeSigma(FuzzedDataProvider& in, double current) {
@@ -75,13 +70,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     OXFUZZ_CHECK(status == 0 || status == 1);
     if (!inPlace) OXFUZZ_CHECK(unchanged(src, before));
 
-    const std::vector<uint8_t> fast = inPlace ? snapshot(src) : snapshot(other);
-    if (!before.empty()) std::memcpy(src->data, before.data(), before.size());
-    if (!dstBefore.empty() && !inPlace) std::memcpy(other->data, dstBefore.data(), dstBefore.size());
-    ox::detail::limitIsa(ox::detail::Isa::Reference);
-    const int32_t plain = run();
-    ox::detail::limitIsa(ox::detail::Isa::Avx2);
-    OXFUZZ_CHECK(plain == status);
-    OXFUZZ_CHECK(unchanged(inPlace ? src : other, fast));
+    sameOnReference(run, status, src, before, inPlace ? nullptr : &other, dstBefore);
     return 0;
 }

@@ -67,10 +67,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const oxBlurParams params{radius(in), radius(in)};
     const int32_t form = in.ConsumeIntegralInRange<int32_t>(0, 2);
     const bool inPlace = in.ConsumeBool();
-    const int32_t abortValue = in.ConsumeIntegralInRange<int32_t>(-1, 1);
+    const AbortFlag abort{in.ConsumeIntegralInRange<int32_t>(-1, 1)};
     if (verbose())
         std::fprintf(stderr, "radii %d %d, form %d, in place %d, abort %d\n", params.radiusX, params.radiusY, form, inPlace,
-                     abortValue);
+                     abort.value);
     std::vector<uint8_t> choices = in.ConsumeBytes<uint8_t>(64);
     const std::vector<uint8_t> fill = pixelBytes(in);
     FuzzedDataProvider p(choices.data(), choices.size());
@@ -82,19 +82,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     oxImage* dst = fuzzDestination(p, inPlace, src, other, choice);
     if (!dst) return 0;
     const std::vector<uint8_t> before = snapshot(src);
-    const int32_t flag = abortValue;
-    const volatile int32_t* abortFlag = abortValue < 0 ? nullptr : &flag;
 
     int32_t status = 0;
     switch (form) {
-    case 0: status = oxBlurFilter(&params, src.get(), dst, abortFlag); break;
+    case 0: status = oxBlurFilter(&params, src.get(), dst, abort.get()); break;
     case 1: {
         Scratch scratch(oxBlurGetTempBufferSize(src.get()));
         if (!scratch.p) return 0;
-        status = oxBlurFilterOpt(&params, src.get(), dst, abortFlag, scratch.p);
+        status = oxBlurFilterOpt(&params, src.get(), dst, abort.get(), scratch.p);
         break;
     }
-    default: status = oxBlurFilter1C(&params, src.get(), dst, abortFlag); break;
+    default: status = oxBlurFilter1C(&params, src.get(), dst, abort.get()); break;
     }
     OXFUZZ_CHECK(status == 0 || status == 1 || status == 2);
     if (!inPlace) OXFUZZ_CHECK(unchanged(src, before));

@@ -11,8 +11,6 @@
 #include <vector>
 
 #include "convolution/detail/passes_plain.hpp"
-#include "core/detail/isa.hpp"
-#include "core/detail/pixel_types.hpp"
 #include "fuzz_support.hpp"
 #include "ox_convolution.h"
 #include "ox_kernel.h"
@@ -22,10 +20,7 @@ namespace sep = ox::detail::sep;
 
 namespace {
 
-struct KernelRelease {
-    void operator()(oxSepKernel* k) const { oxSepKernelRelease(&k); }
-};
-using Kernel = std::unique_ptr<oxSepKernel, KernelRelease>;
+using Kernel = Owned<oxSepKernel, oxSepKernelRelease>;
 
 int32_t smallRadius(FuzzedDataProvider& in) {
     if (in.ConsumeIntegralInRange<int>(0, 15) == 0) return in.ConsumeIntegralInRange<int32_t>(-3, 300);
@@ -69,17 +64,7 @@ Kernel makeKernel(FuzzedDataProvider& in) {
     return k;
 }
 
-// Equal floats, NaN matching any NaN.
-bool sameFloats(const uint8_t* a, const uint8_t* b, int64_t count) {
-    for (int64_t i = 0; i < count; ++i) {
-        float x, y;
-        std::memcpy(&x, a + i * 4, 4);
-        std::memcpy(&y, b + i * 4, 4);
-        if (!(x == y || (std::isnan(x) && std::isnan(y)))) return false;
-    }
-    return true;
-}
-
+// Equal samples, NaN matching any NaN.
 template <class T> bool sameSamples(const uint8_t* a, const uint8_t* b, int64_t count) {
     if constexpr (std::is_same_v<T, uint8_t>) {
         return std::memcmp(a, b, static_cast<size_t>(count)) == 0;
@@ -128,7 +113,7 @@ void comparePass(FuzzedDataProvider& in, const oxSepKernel* k, int32_t type, con
         const ox::detail::PadRule pad = ox::detail::padRule(k->border);
         if (s != 0 || !pad) return;
         sep::plain::horizontal<T>(img->data, expected.data(), w, h, {k->kernelX, k->radiusX, pad}, symmetric);
-        OXFUZZ_CHECK(sameFloats(inter.data(), expected.data(), area));
+        OXFUZZ_CHECK(sameSamples<float>(inter.data(), expected.data(), area));
     } else {
         fillRepeating(inter.data(), static_cast<int64_t>(inter.size()), fill);
         OwnedImage plainOut;
@@ -154,15 +139,8 @@ void filter(FuzzedDataProvider& in, const oxSepKernel* k, const std::vector<uint
     const bool opt = in.ConsumeBool(), inPlace = in.ConsumeBool();
     OwnedImage src, other;
     if (!fuzzImage(in, src, choice, fill)) return;
-    oxImage* dst = src.get();
-    if (!inPlace) {
-        if (in.ConsumeBool()) {
-            if (!makeImage(other, src->width, src->height, src->encoding, src->type, {})) return;
-        } else if (!fuzzImage(in, other, choice, {})) {
-            return;
-        }
-        dst = other.get();
-    }
+    oxImage* dst = fuzzDestination(in, inPlace, src, other, choice);
+    if (!dst) return;
     const std::vector<uint8_t> before = snapshot(src), dstBefore = inPlace ? before : snapshot(other);
     const uint64_t scratchBytes = oxSeparableConvolutionGetTempBufferSize(src.get());
     // The Opt form's buffer starts zeroed: a ROI that fills only part of
@@ -182,19 +160,13 @@ void filter(FuzzedDataProvider& in, const oxSepKernel* k, const std::vector<uint
     // (The allocating form leaves a partly filled plane undefined.)
     if (status != 0 || !opt) return;
     const std::vector<uint8_t> fast(dst->data, dst->data + dstBefore.size());
-    std::memcpy(src->data, before.data(), before.size());
-    if (!inPlace) std::memcpy(dst->data, dstBefore.data(), dstBefore.size());
-    ox::detail::limitIsa(ox::detail::Isa::Reference);
-    const int32_t plain = run();
-    ox::detail::limitIsa(ox::detail::Isa::Avx2);
-    OXFUZZ_CHECK(plain == 0);
-    const int32_t e = ox::detail::elementSize(dst->type);
-    if (dst->type == OX_8U)
-        OXFUZZ_CHECK(std::memcmp(fast.data(), dst->data, fast.size()) == 0);
-    else if (dst->type == OX_32F)
-        OXFUZZ_CHECK(sameSamples<float>(fast.data(), dst->data, static_cast<int64_t>(fast.size()) / e));
-    else
-        OXFUZZ_CHECK(sameSamples<double>(fast.data(), dst->data, static_cast<int64_t>(fast.size()) / e));
+    restore(src, before);
+    if (!inPlace) restore(other, dstBefore);
+    OXFUZZ_CHECK(onReference(run) == 0);
+    ox::detail::visitType(dst->type, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        OXFUZZ_CHECK(sameSamples<T>(fast.data(), dst->data, static_cast<int64_t>(fast.size() / sizeof(T))));
+    });
 }
 
 }  // namespace

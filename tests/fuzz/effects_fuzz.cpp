@@ -4,7 +4,6 @@
 // two buffers. Each call answers 0 or 1 and never touches the source of an
 // out-of-place call.
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -72,9 +71,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::vector<uint8_t> paramBytes = in.ConsumeBytes<uint8_t>(64);
     const std::vector<uint8_t> fill = pixelBytes(in);
 
-    auto* src = static_cast<uint8_t*>(std::malloc(static_cast<size_t>(bytes > 0 ? bytes : 1)));
-    auto* dst = inPlace ? src : static_cast<uint8_t*>(std::malloc(static_cast<size_t>(bytes > 0 ? bytes : 1)));
-    OXFUZZ_CHECK(src && dst);
+    // Buffers of exactly the size (one byte when empty, for a distinct pointer).
+    std::vector<uint8_t> srcBuffer(static_cast<size_t>(bytes > 0 ? bytes : 1)), dstBuffer(srcBuffer.size());
+    uint8_t* src = srcBuffer.data();
+    uint8_t* dst = inPlace ? src : dstBuffer.data();
     fillRepeating(src, bytes, fill);
     std::vector<uint8_t> before(src, src + bytes);
 
@@ -83,8 +83,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const int32_t status = run(params, effect, s, src, dst);
     OXFUZZ_CHECK(status == 0 || status == 1);
     if (!inPlace && bytes > 0) OXFUZZ_CHECK(std::memcmp(before.data(), src, static_cast<size_t>(bytes)) == 0);
-
-    if (!inPlace) std::free(dst);
-    std::free(src);
     return 0;
 }

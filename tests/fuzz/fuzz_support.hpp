@@ -16,6 +16,7 @@
 #include <memory>
 #include <vector>
 
+#include "core/detail/isa.hpp"
 #include "core/detail/pixel_types.hpp"
 #include "ox_image.h"
 
@@ -51,25 +52,10 @@ inline int32_t knownEncoding(FuzzedDataProvider& in) {
 // Any float at all: mostly the values that break arithmetic (NaN, the
 // infinities, the extremes, subnormals, signed zeros), otherwise raw bits.
 inline float anyFloat(FuzzedDataProvider& in) {
-    static constexpr float kSpecial[] = {0.0f,
-                                         -0.0f,
-                                         1.0f,
-                                         -1.0f,
-                                         0.5f,
-                                         2.0f,
-                                         255.0f,
-                                         1e-7f,
-                                         1e7f,
-                                         std::numeric_limits<float>::quiet_NaN(),
-                                         -std::numeric_limits<float>::quiet_NaN(),
-                                         std::numeric_limits<float>::infinity(),
-                                         -std::numeric_limits<float>::infinity(),
-                                         std::numeric_limits<float>::max(),
-                                         std::numeric_limits<float>::lowest(),
-                                         std::numeric_limits<float>::denorm_min(),
-                                         std::numeric_limits<float>::min(),
-                                         2147483648.0f,
-                                         -2147483904.0f};
+    using L = std::numeric_limits<float>;
+    static constexpr float kSpecial[] = {0.0f, -0.0f, 1.0f, -1.0f, 0.5f, 2.0f, 255.0f, 1e-7f, 1e7f, L::quiet_NaN(),
+                                         -L::quiet_NaN(), L::infinity(), -L::infinity(), L::max(), L::lowest(),
+                                         L::denorm_min(), L::min(), 2147483648.0f, -2147483904.0f};
     if (in.ConsumeBool()) return in.PickValueInArray(kSpecial);
     const uint32_t bits = in.ConsumeIntegral<uint32_t>();
     float f;
@@ -163,18 +149,20 @@ inline bool makeImage(OwnedImage& out, int32_t width, int32_t height, int32_t en
     return true;
 }
 
+// A ROI inside an image of this size (an empty one included).
+inline oxRect insideRoi(FuzzedDataProvider& in, int32_t width, int32_t height) {
+    width = std::max(width, 0), height = std::max(height, 0);
+    const int32_t x = in.ConsumeIntegralInRange<int32_t>(0, width), y = in.ConsumeIntegralInRange<int32_t>(0, height);
+    return {x, y, in.ConsumeIntegralInRange<int32_t>(0, width - x), in.ConsumeIntegralInRange<int32_t>(0, height - y)};
+}
+
 // A ROI for a family that checks or ignores it: any rectangle, mostly the
 // whole image, sometimes inside it, sometimes anything at all.
 inline oxRect anyRoi(FuzzedDataProvider& in, int32_t width, int32_t height) {
     switch (in.ConsumeIntegralInRange<int>(0, 3)) {
     case 0:
     case 1: return {0, 0, width, height};
-    case 2: {
-        const int32_t x = in.ConsumeIntegralInRange<int32_t>(0, std::max(width, 0));
-        const int32_t y = in.ConsumeIntegralInRange<int32_t>(0, std::max(height, 0));
-        return {x, y, in.ConsumeIntegralInRange<int32_t>(0, std::max(width, 0) - x),
-                in.ConsumeIntegralInRange<int32_t>(0, std::max(height, 0) - y)};
-    }
+    case 2: return insideRoi(in, width, height);
     default:
         return {in.ConsumeIntegral<int32_t>(), in.ConsumeIntegral<int32_t>(), in.ConsumeIntegral<int32_t>(),
                 in.ConsumeIntegral<int32_t>()};
@@ -182,9 +170,7 @@ inline oxRect anyRoi(FuzzedDataProvider& in, int32_t width, int32_t height) {
 }
 
 // The pixel bytes: whatever the fuzzer left after the parameters.
-inline std::vector<uint8_t> pixelBytes(FuzzedDataProvider& in) {
-    return in.ConsumeRemainingBytes<uint8_t>();
-}
+inline std::vector<uint8_t> pixelBytes(FuzzedDataProvider& in) { return in.ConsumeRemainingBytes<uint8_t>(); }
 
 // A read-only stream over the fuzzer's bytes, seekable like a file.
 struct StreamCloser {
@@ -217,11 +203,12 @@ struct MemoryStream {
         if (file) std::fclose(file);
         file = nullptr;
     }
+    // Closes the writing side and reads what was written.
+    Stream reader() {
+        finish();
+        return readStream(reinterpret_cast<const uint8_t*>(buffer), size);
+    }
 };
-
-}  // namespace oxfuzz
-
-namespace oxfuzz {
 
 // A fuzzed image for the filters: sides from side(), a type that is mostly
 // `usualType` (any code otherwise), an encoding that is mostly one of the
@@ -242,12 +229,7 @@ inline bool fuzzImage(FuzzedDataProvider& in, OwnedImage& out, const ImageChoice
     const int32_t type = in.ConsumeIntegralInRange<int>(0, 7) == 0 ? anyType(in) : c.usualType;
     const int32_t encoding = in.ConsumeIntegralInRange<int>(0, 7) == 0 ? anyEncoding(in) : knownEncoding(in);
     if (!makeImage(out, w, h, encoding, type, fill)) return false;
-    if (c.anyRoiAllowed) {
-        out->roi = anyRoi(in, w, h);
-    } else {
-        const int32_t x = in.ConsumeIntegralInRange<int32_t>(0, w), y = in.ConsumeIntegralInRange<int32_t>(0, h);
-        out->roi = {x, y, in.ConsumeIntegralInRange<int32_t>(0, w - x), in.ConsumeIntegralInRange<int32_t>(0, h - y)};
-    }
+    out->roi = c.anyRoiAllowed ? anyRoi(in, w, h) : insideRoi(in, w, h);
     out->coi = in.ConsumeIntegralInRange<int32_t>(-1, 5);
     if (verbose())
         std::fprintf(stderr, "  roi {%d, %d, %d, %d}\n", out->roi.x, out->roi.y, out->roi.width, out->roi.height);
@@ -255,13 +237,14 @@ inline bool fuzzImage(FuzzedDataProvider& in, OwnedImage& out, const ImageChoice
 }
 
 // The destination of a filter that may run in place: `src` itself, or
-// `other` made either with src's geometry (the usual call) or as any image.
-// Null when `other` cannot be made.
+// `other` made either with src's geometry (the usual call; with `roi`, any
+// ROI from anyRoi()) or as any image. Null when `other` cannot be made.
 inline oxImage* fuzzDestination(FuzzedDataProvider& in, bool inPlace, const OwnedImage& src, OwnedImage& other,
-                                const ImageChoice& c) {
+                                const ImageChoice& c, bool roi = false) {
     if (inPlace) return src.img;
     if (in.ConsumeBool()) {
         if (!makeImage(other, src->width, src->height, src->encoding, src->type, {})) return nullptr;
+        if (roi) other->roi = anyRoi(in, src->width, src->height);
     } else if (!fuzzImage(in, other, c, {})) {
         return nullptr;
     }
@@ -276,6 +259,44 @@ inline std::vector<uint8_t> snapshot(const OwnedImage& img) {
 inline bool unchanged(const OwnedImage& img, const std::vector<uint8_t>& before) {
     return before.empty() || std::memcmp(img->data, before.data(), before.size()) == 0;
 }
+
+inline void restore(OwnedImage& img, const std::vector<uint8_t>& before) {
+    if (!before.empty()) std::memcpy(img->data, before.data(), before.size());
+}
+
+// `call` on the plain reference path alone.
+template <class Call> int32_t onReference(Call call) {
+    ox::detail::limitIsa(ox::detail::Isa::Reference);
+    const int32_t status = call();
+    ox::detail::limitIsa(ox::detail::Isa::Avx2);
+    return status;
+}
+
+// After a call that answered `status`: puts back the bytes `src` and, out of
+// place, `other` held before it, runs `call` again on the plain reference
+// path and checks that it gives the same status and output bytes.
+template <class Call>
+void sameOnReference(Call call, int32_t status, OwnedImage& src, const std::vector<uint8_t>& srcBefore,
+                     OwnedImage* other, const std::vector<uint8_t>& otherBefore) {
+    OwnedImage& out = other ? *other : src;
+    const std::vector<uint8_t> fast = snapshot(out);
+    restore(src, srcBefore);
+    if (other) restore(*other, otherBefore);
+    OXFUZZ_CHECK(onReference(call) == status);
+    OXFUZZ_CHECK(unchanged(out, fast));
+}
+
+// A library record released by its own function.
+template <class T, void (*Release)(T**)> struct Releaser {
+    void operator()(T* p) const { Release(&p); }
+};
+template <class T, void (*Release)(T**)> using Owned = std::unique_ptr<T, Releaser<T, Release>>;
+
+// The abort flag of a filter: none for a negative value, else one holding it.
+struct AbortFlag {
+    int32_t value;
+    const int32_t* get() const { return value < 0 ? nullptr : &value; }
+};
 
 // Scratch of exactly `bytes` bytes (a distinct pointer for 0), or none when
 // it is beyond what a run should allocate.

@@ -31,8 +31,7 @@ void roundTrip(const oxImage* img) {
     MemoryStream out;
     OXFUZZ_CHECK(out.file != nullptr);
     OXFUZZ_CHECK(oxImageDumpSave(img, out.file) == 0);
-    out.finish();
-    Stream in = readStream(reinterpret_cast<const uint8_t*>(out.buffer), out.size);
+    Stream in = out.reader();
     oxImage* again = oxImageDumpLoad(in.get());
     OXFUZZ_CHECK(again != nullptr);
     OXFUZZ_CHECK(std::fgetc(in.get()) == EOF);  // the load took the whole dump

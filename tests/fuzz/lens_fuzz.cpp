@@ -4,10 +4,8 @@
 // an out-of-place source left as it was, and the status and bytes of the
 // plain reference path.
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
-#include "core/detail/isa.hpp"
 #include "fuzz_support.hpp"
 #include "ox_lens.h"
 
@@ -21,39 +19,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     lens.cy = floatIn(in, -0.5f, 1.5f);
     lens.crop = in.ConsumeIntegralInRange<int32_t>(-1, 2);
     const bool inPlace = in.ConsumeBool();
-    const int32_t abortValue = in.ConsumeIntegralInRange<int32_t>(-1, 1);
+    const AbortFlag abort{in.ConsumeIntegralInRange<int32_t>(-1, 1)};
     std::vector<uint8_t> params = in.ConsumeBytes<uint8_t>(64);
     const std::vector<uint8_t> fill = pixelBytes(in);
     FuzzedDataProvider p(params.data(), params.size());
 
     OwnedImage src, other;
     if (!fuzzImage(p, src, {}, fill)) return 0;
-    oxImage* dst = src.get();
-    if (!inPlace) {
-        // Without crop the destination must match the source; mostly it does.
-        if (p.ConsumeBool()) {
-            if (!makeImage(other, src->width, src->height, src->encoding, src->type, {})) return 0;
-            other->roi = anyRoi(p, src->width, src->height);
-        } else if (!fuzzImage(p, other, {}, {})) {
-            return 0;
-        }
-        dst = other.get();
-    }
-    const std::vector<uint8_t> before = snapshot(src);
-    const std::vector<uint8_t> dstBefore = inPlace ? before : snapshot(other);
-    const int32_t flag = abortValue;
-    const int32_t status = oxLensDistortionFilter(&lens, src.get(), dst, abortValue < 0 ? nullptr : &flag);
+    // Without crop the destination must match the source; mostly it does.
+    oxImage* dst = fuzzDestination(p, inPlace, src, other, {}, true);
+    if (!dst) return 0;
+    const std::vector<uint8_t> before = snapshot(src), dstBefore = inPlace ? before : snapshot(other);
+    auto run = [&] { return oxLensDistortionFilter(&lens, src.get(), dst, abort.get()); };
+    const int32_t status = run();
     OXFUZZ_CHECK(status == 0 || status == 1 || status == 2);
     if (!inPlace) OXFUZZ_CHECK(unchanged(src, before));
-
-    // Again from the same bytes on the reference path.
-    const std::vector<uint8_t> fast = inPlace ? snapshot(src) : snapshot(other);
-    if (!before.empty()) std::memcpy(src->data, before.data(), before.size());
-    if (!inPlace && !dstBefore.empty()) std::memcpy(other->data, dstBefore.data(), dstBefore.size());
-    ox::detail::limitIsa(ox::detail::Isa::Reference);
-    const int32_t reference = oxLensDistortionFilter(&lens, src.get(), dst, abortValue < 0 ? nullptr : &flag);
-    ox::detail::limitIsa(ox::detail::Isa::Avx2);
-    OXFUZZ_CHECK(reference == status);
-    OXFUZZ_CHECK(unchanged(inPlace ? src : other, fast));
+    sameOnReference(run, status, src, before, inPlace ? nullptr : &other, dstBefore);
     return 0;
 }

@@ -1,6 +1,5 @@
 // Pixel access, fills and image statistics.
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -127,44 +126,35 @@ void invertRowReference(const uint8_t* s, uint8_t* d, int64_t n) noexcept {
 }
 
 #if OX_HAVE_AVX2_PATH
+// How far ahead the destination's lines are asked for: their fetch then
+// overlaps the work before them instead of stalling the stores.
+constexpr int64_t kDestinationAhead = 1024;
+
 // 64 bytes per step, each block read before it is written, so in place is
 // safe. Two loads then two stores: four loads ahead of four stores ran
-// about 1.6 times slower on a 12 MB buffer on the processors measured.
+// about 1.6 times slower on a 12 MB buffer on the processors measured, and
+// stores around the caches won only where the destination was not cached.
+[[gnu::always_inline]] OX_TARGET_AVX2 inline void invert64Avx2(const uint8_t* s, uint8_t* d, __m256i ones) noexcept {
+    const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s));
+    const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + 32));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), _mm256_xor_si256(a, ones));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 32), _mm256_xor_si256(b, ones));
+}
+
 OX_TARGET_AVX2 void invertRowAvx2(const uint8_t* s, uint8_t* d, int64_t n) noexcept {
     const __m256i ones = _mm256_set1_epi8(-1);
     int64_t i = 0;
-    for (; i + 64 <= n; i += 64) {
-        const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i));
-        const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i + 32));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i), _mm256_xor_si256(a, ones));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i + 32), _mm256_xor_si256(b, ones));
+    for (; i + kDestinationAhead + 64 <= n; i += 64) {
+        _mm_prefetch(reinterpret_cast<const char*>(d + i + kDestinationAhead), _MM_HINT_T0);
+        invert64Avx2(s + i, d + i, ones);
     }
+    for (; i + 64 <= n; i += 64) invert64Avx2(s + i, d + i, ones);
     for (; i + 32 <= n; i += 32)
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i),
                             _mm256_xor_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i)), ones));
     invertRowReference(s + i, d + i, n - i);
 }
-
-// The same from the end of the buffer back to its start.
-OX_TARGET_AVX2 void invertRowAvx2Backward(const uint8_t* s, uint8_t* d, int64_t n) noexcept {
-    const __m256i ones = _mm256_set1_epi8(-1);
-    int64_t i = n;
-    for (; i >= 64; i -= 64) {
-        const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i - 64));
-        const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i - 32));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i - 64), _mm256_xor_si256(a, ones));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i - 32), _mm256_xor_si256(b, ones));
-    }
-    invertRowReference(s, d, i);
-}
 #endif
-
-// Large inversions alternate their direction: a call over the same buffers
-// as the one before starts where that one ended, on the lines still in the
-// caches, instead of on the ones it evicted first. Each byte depends only
-// on its own source byte, so the order changes no output.
-constexpr int64_t kAlternateFrom = int64_t{8} << 20;
-std::atomic<uint32_t> largeInverts{0};
 
 }  // namespace
 
@@ -186,15 +176,6 @@ Status invertPixels(ConstView<uint8_t> src, View<uint8_t> dst) noexcept {
     // In place or apart, every byte depends on its own source byte only; a
     // partial overlap keeps the plain forward order.
     if (overlap(src, dst)) row = invertRowReference;
-#if OX_HAVE_AVX2_PATH
-    const int64_t n = src.rowElements() * src.height;
-    const bool packed = src.stride == src.rowElements() && dst.stride == dst.rowElements();
-    if (row == invertRowAvx2 && packed && n >= kAlternateFrom &&
-        (largeInverts.fetch_add(1, std::memory_order_relaxed) & 1) != 0) {
-        invertRowAvx2Backward(src.data, dst.data, n);
-        return Status::Ok;
-    }
-#endif
     forEachRow(src, dst, row);
     return Status::Ok;
 }

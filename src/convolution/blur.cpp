@@ -425,10 +425,6 @@ Status blur1C(const oxBlurParams& p, const oxImage* src, oxImage* dst, AbortFlag
     return boxBlurPlane(planeOf(src), planeOf(dst), p.radiusX, p.radiusY, abortFlag);
 }
 
-bool coversWholeImage(const oxImage* img) {
-    return img->roi.x == 0 && img->roi.y == 0 && img->roi.width == img->width && img->roi.height == img->height;
-}
-
 bool overlaps(const oxImage* a, const oxImage* b) {
     const uint8_t* aEnd = a->data + *bufferBytes(a);
     const uint8_t* bEnd = b->data + *bufferBytes(b);
@@ -440,7 +436,7 @@ bool overlaps(const oxImage* a, const oxImage* b) {
 // is the interleaved blur of the whole image, which needs no plane. Other
 // ROIs, and two layouts over one buffer, keep the planes.
 bool interleavedBlurApplies(const oxImage* src, const oxImage* dst) {
-    if (!coversWholeImage(src) || !coversWholeImage(dst)) return false;
+    if (!roiIsWhole(src) || !roiIsWhole(dst)) return false;
     return !overlaps(src, dst) || (src->data == dst->data && src->encoding == dst->encoding);
 }
 

@@ -54,10 +54,6 @@ ChannelPlaces placesOf(const oxImage* img) {
              oxGetChannelOffsetFromEncoding(img->encoding, 3)}};
 }
 
-bool wholeRoi(const oxImage* img) {
-    return img->roi.x == 0 && img->roi.y == 0 && img->roi.width == img->width && img->roi.height == img->height;
-}
-
 // Colour images are defined to go channel by channel through a plane:
 // extracted along the source's ROI, filtered, inserted along the
 // destination's. Filtering all channels at once gives the same bytes when
@@ -65,7 +61,7 @@ bool wholeRoi(const oxImage* img) {
 // change a channel of src still to be read: the buffers are apart, or
 // they are one buffer with the channels in the same places.
 bool interleavedMatchesPlanes(const oxImage* src, const oxImage* dst) {
-    if (!wholeRoi(src) || !wholeRoi(dst)) return false;
+    if (!roiIsWhole(src) || !roiIsWhole(dst)) return false;
     const auto s = reinterpret_cast<uintptr_t>(src->data), d = reinterpret_cast<uintptr_t>(dst->data);
     if (d >= s + *bufferBytes(src) || s >= d + *bufferBytes(dst)) return true;
     const ChannelPlaces a = placesOf(src), b = placesOf(dst);

@@ -31,10 +31,6 @@ uint8_t contrastMixWeight(float weight) noexcept {
     return clampTrunc<uint8_t>(std::roundf(weight * 255.0f), uint8_t{0}, uint8_t{255});
 }
 
-bool coversWholeImage(const oxImage* img) noexcept {
-    return img->roi.x == 0 && img->roi.y == 0 && img->roi.width == img->width && img->roi.height == img->height;
-}
-
 // The unprocessed source for the final blend or for fill light in place:
 // an 8-bit image of the source's size and encoding, filled by oxCopy. That
 // copies the source's ROI only, so the rest is zeroed rather than left
@@ -42,7 +38,7 @@ bool coversWholeImage(const oxImage* img) noexcept {
 ImagePtr unprocessedCopy(const oxImage* source) {
     ImagePtr copy(oxImageCreate(source->width, source->height, source->encoding));
     if (!copy) return copy;
-    if (!coversWholeImage(source)) std::memset(copy->data, 0, static_cast<size_t>(*bufferBytes(copy.get())));
+    if (!roiIsWhole(source)) std::memset(copy->data, 0, static_cast<size_t>(*bufferBytes(copy.get())));
     if (oxCopy(source, copy.get()) != 0) copy.reset();
     return copy;
 }

@@ -52,8 +52,7 @@ bool isColour8(const oxImage* img) {
 // through the exported function, which has its own rules for it (and
 // refuses a header no buffer can match before it allocates anything).
 bool isWhole(const oxImage* img) {
-    return img->width > 0 && img->height > 0 && hasBuffer(img) && img->roi.x == 0 && img->roi.y == 0 &&
-           img->roi.width == img->width && img->roi.height == img->height;
+    return img->width > 0 && img->height > 0 && hasBuffer(img) && roiIsWhole(img);
 }
 
 // ---- Stages of other families --------------------------------------------

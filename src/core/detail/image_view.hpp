@@ -50,6 +50,11 @@ inline bool roiBlockFits(const oxImage* img, int64_t cols, int64_t rows) noexcep
 
 inline bool roiInside(const oxImage* img) noexcept { return roiBlockFits(img, img->roi.width, img->roi.height); }
 
+// True when the ROI is the whole image (origin 0, 0 and the image's sizes).
+inline bool roiIsWhole(const oxImage* img) noexcept {
+    return img->roi.x == 0 && img->roi.y == 0 && img->roi.width == img->width && img->roi.height == img->height;
+}
+
 // True when the ROI walk of `rows` x `cols` pixels over `img` (from its ROI
 // origin, by its own pixel step and its own ROI row skip) stays inside its
 // buffer. A ROI narrower than the walk has a larger row skip, so the walk

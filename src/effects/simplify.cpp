@@ -60,13 +60,10 @@ bool isWhole(const oxImage* img) {
 // Bilinear resize between two colour images of one encoding, one of them
 // the effect's own (no memory shared). On whole images this is what the
 // exported resize runs, the interleaved operation, after its one refusal
-// left for such images: a work area beyond what its size query reports.
+// left for such images: a scratch beyond what its size query reports.
 int32_t resizeStage(const oxImage* from, oxImage* to) {
     if (!isWhole(from) || !isWhole(to)) return oxResize(from, to, OX_RESIZE_BILINEAR, nullptr);
-    const Count work = checkedSum({8 * static_cast<int64_t>(to->height), 16 * static_cast<int64_t>(to->width),
-                                   static_cast<int64_t>(from->width) * from->height,
-                                   static_cast<int64_t>(to->width) * to->height});
-    if (!work || *work > UINT32_MAX) return code(Status::Refused);
+    if (resizeScratchTooLarge(from, to, OX_RESIZE_BILINEAR)) return code(Status::Refused);
     return code(resizeBilinear(wholeView<const uint8_t>(from), wholeView<uint8_t>(to)));
 }
 

@@ -85,11 +85,6 @@ Count tempBytes(const oxImage* src, const oxImage* dst, int32_t mode) {
     return checkedSum({workBytes(dst, mode), *in, *out});
 }
 
-// Beyond what the size query can report: refused.
-bool tempTooLarge(const oxImage* src, const oxImage* dst, int32_t mode) {
-    const Count bytes = tempBytes(src, dst, mode);
-    return !bytes || *bytes > UINT32_MAX;
-}
 
 // ---------------------------------------------------------------- nearest
 
@@ -170,7 +165,7 @@ bool interleavedFits(const oxImage* src, const oxImage* dst, int32_t channels) {
 
 Status resizeOpt(const oxImage* src, oxImage* dst, int32_t mode, uint8_t* buffer) {
     if (!typesFitMode(src, dst, mode) || oxImageHaveUncompatibleEncodings(src, dst) || !roisUsable(src, dst) ||
-        tempTooLarge(src, dst, mode))
+        resizeScratchTooLarge(src, dst, mode))
         return Status::Refused;
     if (channelCount(src->encoding) == 1) return resize1C(src, dst, mode, buffer);
     const int32_t channels = channelCount(src->encoding);
@@ -190,6 +185,11 @@ Status resizeOpt(const oxImage* src, oxImage* dst, int32_t mode, uint8_t* buffer
 }
 
 }  // namespace
+
+bool ox::detail::resizeScratchTooLarge(const oxImage* src, const oxImage* dst, int32_t mode) noexcept {
+    const Count bytes = tempBytes(src, dst, mode);
+    return !bytes || *bytes > UINT32_MAX;
+}
 
 extern "C" {
 
@@ -218,7 +218,7 @@ OX_API int32_t oxResize(const oxImage* src, oxImage* dst, int32_t mode, const vo
     // A ROI that would be refused must not first cost a scratch of its size.
     if (!roisUsable(src, dst)) return code(Status::Refused);
     if (mode == -1) return code(nearestImages(src, dst));
-    if (tempTooLarge(src, dst, mode)) return code(Status::Refused);
+    if (resizeScratchTooLarge(src, dst, mode)) return code(Status::Refused);
     return withScratch(sizeOrZero(tempBytes(src, dst, mode)), false,
                        [&](uint8_t* buffer) { return code(resizeOpt(src, dst, mode, buffer)); });
 }

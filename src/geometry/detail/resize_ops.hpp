@@ -8,6 +8,7 @@
 
 #include "core/detail/status.hpp"
 #include "core/detail/view.hpp"
+#include "ox_image.h"
 
 namespace ox::detail {
 
@@ -26,5 +27,11 @@ Status resizeBilinear(ConstView<uint8_t> src, View<uint8_t> dst);
 // Preconditions as above. Refused only when the column table cannot be
 // allocated; `dst` is then untouched. Instantiated for the six pixel types.
 template <class T> Status resizeNearest(ConstView<T> src, View<T> dst);
+
+// True when the scratch the exported resize reports for these images in
+// this mode is beyond what its size query can report: the exported resize
+// refuses them before anything else. A pipeline that runs the operation on
+// whole images itself keeps that refusal with this.
+bool resizeScratchTooLarge(const oxImage* src, const oxImage* dst, int32_t mode) noexcept;
 
 }  // namespace ox::detail

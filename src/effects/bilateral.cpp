@@ -52,15 +52,14 @@ template <class Tables> void updateSpace(Tables* t, float sigma) {
 // stays in cache: the one the thread keeps (threadColourRange), for one
 // factor, until it releases a 2-D record. Records keep their layout, and a
 // thread that filters with one sigma builds it once.
-const float* compactFor(float f) { return threadColourRange(f); }
-
+//
 // The colour table's entries depend only on a^2 + b^2 + c^2, so the 195076
 // distinct exponentials are evaluated once (into the thread's compact
 // table) and the 16.7 million entries filled by lookup: the same values at
 // a fraction of the time. Without memory for it every entry is evaluated on
 // its own.
 void buildRange(oxBilateralTables* t, float f) {
-    const float* byNorm = compactFor(f);
+    const float* byNorm = threadColourRange(f);
     for (int32_t a = 0; a < 256; ++a) {
         for (int32_t b = 0; b < 256; ++b) {
             const int32_t base = a * a + b * b;
@@ -90,7 +89,7 @@ template <class Tables> void refreshRange(Tables* t, float sigma) {
 // here by its rows [0][0] and [255][255], so that the plain loop reads that
 // table itself.
 const float* compactMatching(const oxBilateralTables* t) {
-    const float* byNorm = compactFor(bilateralRangeFactor(t->cachedRangeSigma));
+    const float* byNorm = threadColourRange(bilateralRangeFactor(t->cachedRangeSigma));
     if (!byNorm) return nullptr;
     for (int32_t c = 0; c < 256; ++c) {
         const float low = byNorm[c * c], high = byNorm[2 * 255 * 255 + c * c];

@@ -570,21 +570,12 @@ OX_AVX2_INLINE void writeStaged(const Wave& v, int32_t s0, const __m256i (&stage
         u[i + 2] = _mm256_unpacklo_epi64(t[i + 1], t[i + 3]);
         u[i + 3] = _mm256_unpackhi_epi64(t[i + 1], t[i + 3]);
     }
-    const __m256i bytes = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,  //
-                                           0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-    const __m256i words = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
     __m256i lane[8];
     for (int32_t j = 0; j < 4; ++j) {
         lane[j] = _mm256_permute2x128_si256(u[j], u[j + 4], 0x20);
         lane[j + 4] = _mm256_permute2x128_si256(u[j], u[j + 4], 0x31);
     }
-    uint8_t* at = v.base + 3 * static_cast<int64_t>(s0);
-    for (int32_t j = 0; j < 8; ++j) {
-        const __m256i packed24 = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(lane[j], bytes), words);
-        uint8_t* row = at + j * v.laneStep;
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(row), _mm256_castsi256_si128(packed24));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(row + 16), _mm256_extracti128_si256(packed24, 1));
-    }
+    for (int32_t j = 0; j < 8; ++j) store8(v.base + 3 * static_cast<int64_t>(s0) + j * v.laneStep, lane[j]);
 }
 
 }  // namespace

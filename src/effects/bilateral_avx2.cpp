@@ -340,11 +340,13 @@ OX_TARGET_AVX2 bool colourRadius1SeparateAvx2(const ColourPass& p, const float* 
 // s + 4 is filled from the image at step s (all of it still old, or final
 // above the band), and each step's outputs go into its copy row, into the
 // image, and on in registers to the next step, which reads two of them.
+// Cells 0 and 9, the rows above and below the band, are final before the
+// band starts and are written ahead, many copy rows at a time.
 
 namespace {
 
-constexpr int32_t kRing = 8;   // copy rows s - 3 .. s + 4 in use
-constexpr int32_t kCells = 16;  // cells 0..9 used
+constexpr int32_t kCells = 16;  // cells 0..9 used: a copy row is 64 bytes per channel
+constexpr int32_t kStrip = 64;  // copy rows held at once
 
 constexpr int32_t kEdge = 24;  // zero cells before and after a row of planes
 
@@ -356,34 +358,57 @@ struct Wave {
     __m256i twoLanes;        // 2j
     __m256i laneRows;        // j < rows
     int64_t laneStep;        // stride - 6: lane j's pixel at step s is 3s + j * laneStep beyond base
+    int32_t last;            // the last copy row a step reads
     // The rows above and below the band as planes, pixel x in cell x + kEdge.
     PlaneRow above, below;
-    // Copy row s is kept twice, at ring rows s mod 8 and s mod 8 + 8: the
-    // rows s - 3 .. s + 4 that step s reads are then eight consecutive ring
-    // rows from (s - 3) mod 8, all at fixed offsets from one index.
-    alignas(64) float copy[3][2 * kRing][kCells];
+    // Consecutive copy rows from row `origin` on, the three channels of a
+    // row together: everything step s reads lies at fixed offsets from its
+    // own row. When the strip is full, the seven rows still read move to its
+    // front (makeRoom).
+    int32_t origin;
+    alignas(64) float strip[kStrip][3][kCells];
 };
 
-// Cell k of channel c of copy row s, both places.
-OX_AVX2_INLINE void putCell(Wave& v, int32_t c, int32_t s, int32_t k, float x) {
-    const int32_t r = s & (kRing - 1);
-    v.copy[c][r][k] = x;
-    v.copy[c][r + kRing][k] = x;
+// Copy row s. A step takes it once and reaches everything else it reads
+// at constant offsets from it (cellAt).
+OX_AVX2_INLINE float* rowOf(Wave& v, int32_t s) {
+    return &v.strip[0][0][0] + static_cast<int64_t>(s - v.origin) * (3 * kCells);
 }
 
-// Cells 1..8 of copy row s (the lanes), both places.
-OX_AVX2_INLINE void putLanes(Wave& v, int32_t s, const Px& px) {
-    const int32_t r = s & (kRing - 1);
-    for (int32_t twin : {r, r + kRing}) {
-        _mm256_storeu_ps(&v.copy[0][twin][1], px.c0);
-        _mm256_storeu_ps(&v.copy[1][twin][1], px.c1);
-        _mm256_storeu_ps(&v.copy[2][twin][1], px.c2);
-    }
+// Cell k of channel c of copy row s + d, from row s.
+OX_AVX2_INLINE float* cellAt(float* row, int32_t c, int32_t d, int32_t k) { return row + (d * 3 + c) * kCells + k; }
+
+// Cells 1..8 (the lanes) of a copy row.
+OX_AVX2_INLINE void putLanes(float* row, const Px& px) {
+    _mm256_storeu_ps(cellAt(row, 0, 0, 1), px.c0);
+    _mm256_storeu_ps(cellAt(row, 1, 0, 1), px.c1);
+    _mm256_storeu_ps(cellAt(row, 2, 0, 1), px.c2);
 }
 
-// Cell k of channel c of copy row s + d as step s reads it (d = -3..4).
-OX_AVX2_INLINE const float* windowCell(const Wave& v, int32_t c, int32_t s, int32_t d, int32_t k) {
-    return &v.copy[c][((s - 3) & (kRing - 1)) + d + 3][k];
+// Cells 0 and 9 of copy rows from..to that a step reads: the pixels of the
+// rows above and below the band.
+OX_AVX2_INLINE void edgeCells(Wave& v, int32_t from, int32_t to) {
+    to = std::min(to, v.last);
+    if (from > to) return;
+    float* cell = rowOf(v, from);
+    const float* up[3] = {v.above.c[0] + from + 2 + kEdge, v.above.c[1] + from + 2 + kEdge, v.above.c[2] + from + 2 + kEdge};
+    const float* down[3] = {v.below.c[0] + from - 16 + kEdge, v.below.c[1] + from - 16 + kEdge,
+                            v.below.c[2] + from - 16 + kEdge};
+    for (int32_t i = 0; i <= to - from; ++i, cell += 3 * kCells)
+        for (int32_t c = 0; c < 3; ++c) {
+            cell[c * kCells] = up[c][i];
+            cell[c * kCells + 9] = down[c][i];
+        }
+}
+
+// Room in the strip for copy rows up to `row`, with step s next: rows
+// s - 3 .. s + 3, all that is filled and still read, move to the front
+// when it has none.
+OX_AVX2_INLINE void makeRoom(Wave& v, int32_t s, int32_t row) {
+    if (row - v.origin < kStrip) return;
+    std::memmove(v.strip[0], v.strip[s - 3 - v.origin], 7 * sizeof v.strip[0]);
+    v.origin = s - 3;
+    edgeCells(v, s + 4, v.origin + kStrip - 1);
 }
 
 // One cell from the image, or zeros for a pixel outside it.
@@ -391,7 +416,7 @@ OX_AVX2_INLINE void fillCell(Wave& v, int32_t s, int32_t k) {
     const int32_t x = s - 2 * (k - 1), y = v.y0 + k - 1;
     const bool inside = x >= 0 && x < v.w && y >= 0 && y < v.h;
     const uint8_t* px = inside ? v.base + (k - 1) * v.stride + 3 * static_cast<int64_t>(x) : nullptr;
-    for (int32_t c = 0; c < 3; ++c) putCell(v, c, s, k, inside ? static_cast<float>(px[c]) : 0.0f);
+    for (int32_t c = 0; c < 3; ++c) *cellAt(rowOf(v, s), c, 0, k) = inside ? static_cast<float>(px[c]) : 0.0f;
 }
 
 // A row of pixels (null: outside the image, zeros) into planes with kEdge
@@ -420,12 +445,8 @@ OX_AVX2_INLINE void fillRow(Wave& v, int32_t s) {
     const __m256i raw =
         _mm256_mask_i32gather_epi32(_mm256_setzero_si256(), reinterpret_cast<const int*>(v.base), index, inside, 1);
     const Px px = unpacked(_mm256_srli_epi32(raw, 8));
-    putLanes(v, s, px);
+    putLanes(rowOf(v, s), px);
     if (origin) fillCell(v, s, 1);
-    for (int32_t c = 0; c < 3; ++c) {
-        putCell(v, c, s, 0, v.above.c[c][s + 2 + kEdge]);
-        putCell(v, c, s, 9, v.below.c[c][s - 16 + kEdge]);
-    }
 }
 
 // Copy row s when every lane's pixel lies inside the image and is not the
@@ -442,16 +463,12 @@ OX_AVX2_INLINE void fillRowInside(Wave& v, int32_t s) {
     lo = _mm_insert_epi32(lo, word(2), 2), hi = _mm_insert_epi32(hi, word(6), 2);
     lo = _mm_insert_epi32(lo, word(3), 3), hi = _mm_insert_epi32(hi, word(7), 3);
     const Px px = unpacked(_mm256_srli_epi32(_mm256_inserti128_si256(_mm256_castsi128_si256(lo), hi, 1), 8));
-    putLanes(v, s, px);
-    for (int32_t c = 0; c < 3; ++c) {
-        putCell(v, c, s, 0, v.above.c[c][s + 2 + kEdge]);
-        putCell(v, c, s, 9, v.below.c[c][s - 16 + kEdge]);
-    }
+    putLanes(rowOf(v, s), px);
 }
 
-OX_AVX2_INLINE Px loadCells(const Wave& v, int32_t s, int32_t d, int32_t k) {
-    return {_mm256_loadu_ps(windowCell(v, 0, s, d, k)), _mm256_loadu_ps(windowCell(v, 1, s, d, k)),
-            _mm256_loadu_ps(windowCell(v, 2, s, d, k))};
+OX_AVX2_INLINE Px loadCells(float* row, int32_t d, int32_t k) {
+    return {_mm256_loadu_ps(cellAt(row, 0, d, k)), _mm256_loadu_ps(cellAt(row, 1, d, k)),
+            _mm256_loadu_ps(cellAt(row, 2, d, k))};
 }
 
 // The lanes' neighbours up and right: the previous step's outputs moved one
@@ -492,40 +509,42 @@ struct Early {
 template <bool Masked> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, const Weights& k, Early& e) {
     __m256 keep[9]{};  // read only when Masked
     if constexpr (Masked) stepMasks(v, s, keep);
-    const Px c = loadCells(v, s, 0, 1);
-    e.w[0] = tapWeight<Masked>(rangeOf(c, loadCells(v, s, -3, 0), k.byNorm), k.space[0], keep[0]);
-    e.w[1] = tapWeight<Masked>(rangeOf(c, loadCells(v, s, -2, 0), k.byNorm), k.space[1], keep[1]);
-    e.w[2] = tapWeight<Masked>(rangeOf(c, loadCells(v, s, 1, 1), k.byNorm), k.space[5], keep[5]);
-    e.w[3] = tapWeight<Masked>(rangeOf(c, loadCells(v, s, 1, 2), k.byNorm), k.space[6], keep[6]);
-    e.w[4] = tapWeight<Masked>(rangeOf(c, loadCells(v, s, 2, 2), k.byNorm), k.space[7], keep[7]);
-    e.w[5] = tapWeight<Masked>(rangeOf(c, loadCells(v, s, 3, 2), k.byNorm), k.space[8], keep[8]);
+    float* const row = rowOf(v, s);
+    const Px c = loadCells(row, 0, 1);
+    e.w[0] = tapWeight<Masked>(rangeOf(c, loadCells(row, -3, 0), k.byNorm), k.space[0], keep[0]);
+    e.w[1] = tapWeight<Masked>(rangeOf(c, loadCells(row, -2, 0), k.byNorm), k.space[1], keep[1]);
+    e.w[2] = tapWeight<Masked>(rangeOf(c, loadCells(row, 1, 1), k.byNorm), k.space[5], keep[5]);
+    e.w[3] = tapWeight<Masked>(rangeOf(c, loadCells(row, 1, 2), k.byNorm), k.space[6], keep[6]);
+    e.w[4] = tapWeight<Masked>(rangeOf(c, loadCells(row, 2, 2), k.byNorm), k.space[7], keep[7]);
+    e.w[5] = tapWeight<Masked>(rangeOf(c, loadCells(row, 3, 2), k.byNorm), k.space[8], keep[8]);
 }
 
 // Step s: its outputs from the early weights and the two taps that read
 // step s - 1's outputs (`previous`), in the plain loop's tap order.
 template <bool Masked>
 OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k, const Early& e, __m256i* staged) {
-    const Px c = loadCells(v, s, 0, 1);
+    float* const row = rowOf(v, s);
+    const Px c = loadCells(row, 0, 1);
     __m256 keep[9]{};  // read only when Masked
     if constexpr (Masked) stepMasks(v, s, keep);
-    const Px upRight{shiftedIn(previous.c0, *windowCell(v, 0, s, -1, 0)), shiftedIn(previous.c1, *windowCell(v, 1, s, -1, 0)),
-                     shiftedIn(previous.c2, *windowCell(v, 2, s, -1, 0))};
+    const Px upRight{shiftedIn(previous.c0, *cellAt(row, 0, -1, 0)), shiftedIn(previous.c1, *cellAt(row, 1, -1, 0)),
+                     shiftedIn(previous.c2, *cellAt(row, 2, -1, 0))};
     const __m256 wUpRight = tapWeight<Masked>(rangeOf(c, upRight, k.byNorm), k.space[2], keep[2]);
     const __m256 wLeft = tapWeight<Masked>(rangeOf(c, previous, k.byNorm), k.space[3], keep[3]);
     Sums sums{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
-    accumulate(sums, e.w[0], loadCells(v, s, -3, 0));
-    accumulate(sums, e.w[1], loadCells(v, s, -2, 0));
+    accumulate(sums, e.w[0], loadCells(row, -3, 0));
+    accumulate(sums, e.w[1], loadCells(row, -2, 0));
     accumulate(sums, wUpRight, upRight);
     accumulate(sums, wLeft, previous);
     accumulate(sums, k.centre, c);
-    accumulate(sums, e.w[2], loadCells(v, s, 1, 1));
-    accumulate(sums, e.w[3], loadCells(v, s, 1, 2));
-    accumulate(sums, e.w[4], loadCells(v, s, 2, 2));
-    accumulate(sums, e.w[5], loadCells(v, s, 3, 2));
+    accumulate(sums, e.w[2], loadCells(row, 1, 1));
+    accumulate(sums, e.w[3], loadCells(row, 1, 2));
+    accumulate(sums, e.w[4], loadCells(row, 2, 2));
+    accumulate(sums, e.w[5], loadCells(row, 3, 2));
     const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), sums.W);
     const Px out{outputOf(sums.S0, inv), outputOf(sums.S1, inv), outputOf(sums.S2, inv)};
     previous = out;
-    putLanes(v, s, out);
+    putLanes(row, out);
 
     // Into the image, or held back for writeStaged: 4 bytes per pixel, the
     // fourth a stray 0 in the next pixel's first byte, which that pixel's
@@ -620,19 +639,23 @@ OX_TARGET_AVX2 bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* b
         planeRow(v.above, y0 > 0 ? p.dst.row(y0 - 1) : nullptr, w);
         planeRow(v.below, y0 + 8 < h ? p.dst.row(y0 + 8) : nullptr, w);
         v.laneRows = _mm256_cmpgt_epi32(_mm256_set1_epi32(v.rows), lanes);
+        const int32_t steps = w + 2 * (v.rows - 1);
+        v.last = steps + 3;
+        v.origin = -3;
+        edgeCells(v, -3, kStrip - 4);
         for (int32_t s = -3; s < 4; ++s) fillRow(v, s);
         Px previous{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
         // Steps whose lanes all lie inside the image and its border skip the
         // masks: x = s - 2j within 1..w - 2 for j = 0..7, rows 1..h - 2.
         const bool inner = y0 > 0 && y0 + 8 < h;
         auto plain = [&](int32_t s) { return inner && s >= 15 && s <= w - 2; };
-        const int32_t steps = w + 2 * (v.rows - 1);
         Early early;
         earlyWeights<true>(v, 0, k, early);
         alignas(32) __m256i staged[8];
         for (int32_t s = 0; s < steps;) {
             // Eight plain steps in a row write their outputs together.
             if (plain(s) && plain(s + 7) && s + 11 <= w - 1) {
+                makeRoom(v, s, s + 11);
                 const int32_t s0 = s;
                 for (int32_t i = 0; i < 8; ++i, ++s) {
                     fillRowInside(v, s + 4);
@@ -644,6 +667,7 @@ OX_TARGET_AVX2 bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* b
                 continue;
             }
             // Copy row s + 4 (its lanes at x = s + 4 - 2j, all old still).
+            makeRoom(v, s, s + 4);
             if (plain(s) && s + 4 <= w - 1) fillRowInside(v, s + 4);
             else fillRow(v, s + 4);
             if (plain(s)) waveStep<false>(v, s, previous, k, early, nullptr);

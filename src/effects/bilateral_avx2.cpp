@@ -358,14 +358,13 @@ struct Wave {
     __m256i twoLanes;        // 2j
     __m256i laneRows;        // j < rows
     int64_t laneStep;        // stride - 6: lane j's pixel at step s is 3s + j * laneStep beyond base
-    int32_t last;            // the last copy row a step reads
     // The rows above and below the band as planes, pixel x in cell x + kEdge.
     PlaneRow above, below;
     // Consecutive copy rows from row `origin` on, the three channels of a
     // row together: everything step s reads lies at fixed offsets from its
     // own row. When the strip is full, the seven rows still read move to its
-    // front (makeRoom).
-    int32_t origin;
+    // front (makeRoom). `last` is the last copy row a step reads.
+    int32_t origin, last;
     alignas(64) float strip[kStrip][3][kCells];
 };
 
@@ -390,14 +389,11 @@ OX_AVX2_INLINE void putLanes(float* row, const Px& px) {
 OX_AVX2_INLINE void edgeCells(Wave& v, int32_t from, int32_t to) {
     to = std::min(to, v.last);
     if (from > to) return;
-    float* cell = rowOf(v, from);
-    const float* up[3] = {v.above.c[0] + from + 2 + kEdge, v.above.c[1] + from + 2 + kEdge, v.above.c[2] + from + 2 + kEdge};
-    const float* down[3] = {v.below.c[0] + from - 16 + kEdge, v.below.c[1] + from - 16 + kEdge,
-                            v.below.c[2] + from - 16 + kEdge};
-    for (int32_t i = 0; i <= to - from; ++i, cell += 3 * kCells)
+    float* row = rowOf(v, from);
+    for (int32_t s = from; s <= to; ++s, row += 3 * kCells)
         for (int32_t c = 0; c < 3; ++c) {
-            cell[c * kCells] = up[c][i];
-            cell[c * kCells + 9] = down[c][i];
+            *cellAt(row, c, 0, 0) = v.above.c[c][s + 2 + kEdge];
+            *cellAt(row, c, 0, 9) = v.below.c[c][s - 16 + kEdge];
         }
 }
 

@@ -337,9 +337,10 @@ OX_TARGET_AVX2 bool colourRadius1SeparateAvx2(const ColourPass& p, const float* 
 // (s - 2(k - 1), y0 + k - 1), k = 0..9 covering the row above the band to
 // the row below it. Neighbour (dy, dx) of every lane at step s is then the
 // eight cells from k = dy + 1 of copy row s + dx + 2dy: one load. Copy row
-// s + 4 is filled from the image at step s (all of it still old, or final
-// above the band), and each step's outputs go into its copy row, into the
-// image, and on in registers to the next step, which reads two of them.
+// s + 4 (kAhead) is filled from the image at step s (all of it still old,
+// or final above the band), and each step's outputs go into its copy row,
+// into the image, and on in registers to the next step, which reads two of
+// them.
 // Cells 0 and 9, the rows above and below the band, are final before the
 // band starts and are written ahead, many copy rows at a time.
 
@@ -347,6 +348,7 @@ namespace {
 
 constexpr int32_t kCells = 16;  // cells 0..9 used: a copy row is 64 bytes per channel
 constexpr int32_t kStrip = 64;  // copy rows held at once
+constexpr int32_t kAhead = 4;   // step s fills copy row s + kAhead (s - 3 .. s + 3 are read)
 
 constexpr int32_t kEdge = 24;  // zero cells before and after a row of planes
 
@@ -362,8 +364,8 @@ struct Wave {
     PlaneRow above, below;
     // Consecutive copy rows from row `origin` on, the three channels of a
     // row together: everything step s reads lies at fixed offsets from its
-    // own row. When the strip is full, the seven rows still read move to its
-    // front (makeRoom). `last` is the last copy row a step reads.
+    // own row. When the strip is full, the rows still read move to its front
+    // (makeRoom). `last` is the last copy row a step reads.
     int32_t origin, last;
     alignas(64) float strip[kStrip][3][kCells];
 };
@@ -398,13 +400,13 @@ OX_AVX2_INLINE void edgeCells(Wave& v, int32_t from, int32_t to) {
 }
 
 // Room in the strip for copy rows up to `row`, with step s next: rows
-// s - 3 .. s + 3, all that is filled and still read, move to the front
-// when it has none.
+// s - 3 .. s + kAhead - 1, all that is filled and still read, move to the
+// front when it has none.
 OX_AVX2_INLINE void makeRoom(Wave& v, int32_t s, int32_t row) {
     if (row - v.origin < kStrip) return;
-    std::memmove(v.strip[0], v.strip[s - 3 - v.origin], 7 * sizeof v.strip[0]);
+    std::memmove(v.strip[0], v.strip[s - 3 - v.origin], (kAhead + 3) * sizeof v.strip[0]);
     v.origin = s - 3;
-    edgeCells(v, s + 4, v.origin + kStrip - 1);
+    edgeCells(v, s + kAhead, v.origin + kStrip - 1);
 }
 
 // One cell from the image, or zeros for a pixel outside it.
@@ -638,8 +640,8 @@ OX_TARGET_AVX2 bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* b
         const int32_t steps = w + 2 * (v.rows - 1);
         v.last = steps + 3;
         v.origin = -3;
-        edgeCells(v, -3, kStrip - 4);
-        for (int32_t s = -3; s < 4; ++s) fillRow(v, s);
+        edgeCells(v, v.origin, v.origin + kStrip - 1);
+        for (int32_t s = -3; s < kAhead; ++s) fillRow(v, s);
         Px previous{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
         // Steps whose lanes all lie inside the image and its border skip the
         // masks: x = s - 2j within 1..w - 2 for j = 0..7, rows 1..h - 2.
@@ -650,11 +652,11 @@ OX_TARGET_AVX2 bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* b
         alignas(32) __m256i staged[8];
         for (int32_t s = 0; s < steps;) {
             // Eight plain steps in a row write their outputs together.
-            if (plain(s) && plain(s + 7) && s + 11 <= w - 1) {
-                makeRoom(v, s, s + 11);
+            if (plain(s) && plain(s + 7) && s + 7 + kAhead <= w - 1) {
+                makeRoom(v, s, s + 7 + kAhead);
                 const int32_t s0 = s;
                 for (int32_t i = 0; i < 8; ++i, ++s) {
-                    fillRowInside(v, s + 4);
+                    fillRowInside(v, s + kAhead);
                     waveStep<false>(v, s, previous, k, early, &staged[i]);
                     if (i < 7 || plain(s + 1)) earlyWeights<false>(v, s + 1, k, early);
                     else earlyWeights<true>(v, s + 1, k, early);
@@ -662,10 +664,11 @@ OX_TARGET_AVX2 bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* b
                 writeStaged(v, s0, staged);
                 continue;
             }
-            // Copy row s + 4 (its lanes at x = s + 4 - 2j, all old still).
-            makeRoom(v, s, s + 4);
-            if (plain(s) && s + 4 <= w - 1) fillRowInside(v, s + 4);
-            else fillRow(v, s + 4);
+            // Copy row s + kAhead (its lanes at x = s + kAhead - 2j, all old
+            // still).
+            makeRoom(v, s, s + kAhead);
+            if (plain(s) && s + kAhead <= w - 1) fillRowInside(v, s + kAhead);
+            else fillRow(v, s + kAhead);
             if (plain(s)) waveStep<false>(v, s, previous, k, early, nullptr);
             else waveStep<true>(v, s, previous, k, early, nullptr);
             if (plain(s + 1)) earlyWeights<false>(v, s + 1, k, early);

@@ -85,7 +85,6 @@ Count tempBytes(const oxImage* src, const oxImage* dst, int32_t mode) {
     return checkedSum({workBytes(dst, mode), *in, *out});
 }
 
-
 // ---------------------------------------------------------------- nearest
 
 Status nearestImages(const oxImage* src, oxImage* dst) {

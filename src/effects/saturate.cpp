@@ -132,10 +132,11 @@ Status saturatePixels(ConstView<uint8_t> src, ChannelOrder srcOrder, View<uint8_
         const Shuffle16 gather = gatherMasks(src.channels, srcOrder), scatter = scatterMasks(dst.channels, dstOrder);
         for (int32_t y = 0; y < src.height; ++y) {
             if (abortRequested(abortFlag)) return Status::Aborted;
-            const int32_t done =
-                saturateRowAvx2(src.row(y), src.channels, gather, dst.row(y), dst.channels, scatter, src.width, factor);
-            saturateRowPlain(src.row(y) + int64_t{done} * src.channels, src.channels, srcOrder,
-                             dst.row(y) + int64_t{done} * dst.channels, dst.channels, dstOrder, src.width - done, terms);
+            const uint8_t* s = src.row(y);
+            uint8_t* d = dst.row(y);
+            const int32_t done = saturateRowAvx2(s, src.channels, gather, d, dst.channels, scatter, src.width, factor);
+            saturateRowPlain(s + int64_t{done} * src.channels, src.channels, srcOrder, d + int64_t{done} * dst.channels,
+                             dst.channels, dstOrder, src.width - done, terms);
         }
         return Status::Ok;
     }

@@ -48,11 +48,12 @@ OX_TARGET_AVX2 inline NewValues newValues8(__m128i hi, __m128i lo, __m128i mid, 
     return {newLo, clampTrunc8(v)};
 }
 
-// Sixteen pixels at a time (up to the last whole sixteen). The roles (maximum, middle, minimum) of the
-// three channels follow orderOf's comparisons lane by lane, ties included.
+// Sixteen pixels at a time, up to the last whole sixteen of the row. The
+// roles (maximum, middle, minimum) of the three channels follow orderOf's
+// comparisons lane by lane, ties included.
 template <int32_t In, int32_t Out>
-OX_TARGET_AVX2 int32_t rowOf(const uint8_t* s, uint8_t* d, int32_t n, const Shuffle16& gather, const Shuffle16& scatter,
-                             float factor) noexcept {
+OX_TARGET_AVX2 int32_t saturateLeading(const uint8_t* s, uint8_t* d, int32_t n, const Shuffle16& gather,
+                                       const Shuffle16& scatter, float factor) noexcept {
     const __m256 f = _mm256_set1_ps(factor), oneMinusF = _mm256_set1_ps(1.0f - factor);
     int32_t x = 0;
     for (; x + 16 <= n; x += 16, s += 16 * In, d += 16 * Out) {
@@ -91,11 +92,13 @@ OX_TARGET_AVX2 int32_t rowOf(const uint8_t* s, uint8_t* d, int32_t n, const Shuf
 }  // namespace
 
 OX_TARGET_AVX2 int32_t saturateRowAvx2(const uint8_t* s, int32_t inChannels, const Shuffle16& gather, uint8_t* d,
-                                       int32_t outChannels, const Shuffle16& scatter, int32_t n, float factor) noexcept {
-    if (inChannels == 3) return outChannels == 3 ? rowOf<3, 3>(s, d, n, gather, scatter, factor)
-                                                 : rowOf<3, 4>(s, d, n, gather, scatter, factor);
-    return outChannels == 3 ? rowOf<4, 3>(s, d, n, gather, scatter, factor)
-                            : rowOf<4, 4>(s, d, n, gather, scatter, factor);
+                                       int32_t outChannels, const Shuffle16& scatter, int32_t n,
+                                       float factor) noexcept {
+    if (inChannels == 3)
+        return outChannels == 3 ? saturateLeading<3, 3>(s, d, n, gather, scatter, factor)
+                                : saturateLeading<3, 4>(s, d, n, gather, scatter, factor);
+    return outChannels == 3 ? saturateLeading<4, 3>(s, d, n, gather, scatter, factor)
+                            : saturateLeading<4, 4>(s, d, n, gather, scatter, factor);
 }
 
 }  // namespace ox::detail

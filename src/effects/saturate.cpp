@@ -93,7 +93,6 @@ void saturateRowPlain(const uint8_t* s, int32_t inStep, ChannelOrder in, uint8_t
     for (int32_t x = 0; x < n; ++x, s += inStep, d += outStep) saturatePixel(s, in, d, out, terms);
 }
 
-
 bool walkable(const oxImage* img, int64_t pixels) {
     const Count bytes = checkedProduct({pixels, channelCount(img->encoding)});
     return hasBuffer(img) && bytes && *bytes <= *bufferBytes(img);

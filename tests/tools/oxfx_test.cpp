@@ -45,6 +45,26 @@ std::string quote(const std::string& arg) {
 
 size_t lineCount(const std::string& text) { return static_cast<size_t>(std::count(text.begin(), text.end(), '\n')); }
 
+oxio::Picture uniform(int32_t width, int32_t height, uint8_t b, uint8_t g, uint8_t r) {
+    oxio::Picture p{width, height, {}, false};
+    for (int32_t i = 0; i < width * height; ++i) p.bgr.insert(p.bgr.end(), {b, g, r});
+    return p;
+}
+
+// `count` pixels spread over the picture set to grey `value`.
+oxio::Picture sprinkled(oxio::Picture p, int32_t count, uint8_t value) {
+    const int32_t n = p.width * p.height;
+    for (int32_t i = 0; i < count; ++i) std::fill_n(&p.bgr[static_cast<size_t>(i * 241 % n) * 3], 3, value);
+    return p;
+}
+
+oxio::Picture noisy(int32_t width, int32_t height, uint32_t seed) {
+    oxio::Picture p{width, height, std::vector<uint8_t>(static_cast<size_t>(width) * height * 3), false};
+    std::mt19937 rng(seed);
+    for (uint8_t& v : p.bgr) v = static_cast<uint8_t>(rng());
+    return p;
+}
+
 // Every test works in <temp>/work; the child's output goes beside it.
 class OxfxTest : public ::testing::Test {
 protected:
@@ -73,10 +93,8 @@ protected:
     // A noise picture with `channels` 1 (grey), 3 or 4 (with alpha); with 3,
     // PNG or JPEG by the extension.
     void writePicture(const std::string& name, int32_t width, int32_t height, int channels = 3) const {
-        std::vector<uint8_t> pixels(static_cast<size_t>(width) * height * channels);
-        std::mt19937 rng(7);
-        for (uint8_t& p : pixels) p = static_cast<uint8_t>(rng());
-        if (channels == 3) return writeBgr(name, {width, height, pixels, false});
+        if (channels == 3) return writeBgr(name, noisy(width, height, 7));
+        const std::vector<uint8_t> pixels = noisy(width * channels, height, 7).bgr;  // the same stream, longer
         png_image image{};
         image.version = PNG_IMAGE_VERSION;
         image.width = static_cast<png_uint_32>(width);
@@ -284,26 +302,6 @@ TEST_F(OxfxTest, HelpListsEveryOptionAndItsLimitsAreAccepted) {
     EXPECT_EQ(demo.status, 0);
     EXPECT_TRUE(demo.out.find("--photo FILE") != std::string::npos && demo.out.find("--synthetic") != std::string::npos);
     EXPECT_EQ(oxfx({"--version"}).status, 0);
-}
-
-oxio::Picture uniform(int32_t width, int32_t height, uint8_t b, uint8_t g, uint8_t r) {
-    oxio::Picture p{width, height, {}, false};
-    for (int32_t i = 0; i < width * height; ++i) p.bgr.insert(p.bgr.end(), {b, g, r});
-    return p;
-}
-
-// `count` pixels spread over the picture set to grey `value`.
-oxio::Picture sprinkled(oxio::Picture p, int32_t count, uint8_t value) {
-    const int32_t n = p.width * p.height;
-    for (int32_t i = 0; i < count; ++i) std::fill_n(&p.bgr[static_cast<size_t>(i * 241 % n) * 3], 3, value);
-    return p;
-}
-
-oxio::Picture noisy(int32_t width, int32_t height, uint32_t seed) {
-    oxio::Picture p{width, height, std::vector<uint8_t>(static_cast<size_t>(width) * height * 3), false};
-    std::mt19937 rng(seed);
-    for (uint8_t& v : p.bgr) v = static_cast<uint8_t>(rng());
-    return p;
 }
 
 struct HeaderRelease {

@@ -27,12 +27,7 @@ Params params(double space, double range, int32_t radius, bool volumes = false) 
     return p;
 }
 
-struct VolumeDeleter {
-    void operator()(oxVolume* v) const { oxVolumeRelease(&v); }
-};
-using Volume = std::unique_ptr<oxVolume, VolumeDeleter>;
-
-Volume volume(int32_t w, int32_t h, int32_t d, int32_t type) { return Volume(oxVolumeCreateWithType(w, h, d, type)); }
+TestVolume volume(int32_t w, int32_t h, int32_t d, int32_t type) { return TestVolume(oxVolumeCreateWithType(w, h, d, type)); }
 
 void put(uint8_t* data, int32_t type, size_t i, double value) {
     if (type == OX_64F) std::memcpy(data + 8 * i, &value, 8);
@@ -125,7 +120,7 @@ TEST(BilateralFilter, WorkedValuesInEveryLayout) {
             for (size_t i = 0; i < c.in.size(); ++i) EXPECT_EQ(readElement(out->data, c.type, i), c.out[i]) << i;
         }
         if (c.encoding != OX_GRAY) continue;
-        Volume src = volume(1, 1, 3, c.type), dst = volume(1, 1, 3, c.type);
+        TestVolume src = volume(1, 1, 3, c.type), dst = volume(1, 1, 3, c.type);
         oxVolume* out = c.inPlace ? src.get() : dst.get();
         for (size_t i = 0; i < c.in.size(); ++i) put(src->data, c.type, i, c.in[i]);
         ASSERT_EQ(oxBilateralFilter3D(params(c.space, c.range, 1, true).get(), src.get(), out), 0);
@@ -193,7 +188,7 @@ TEST(BilateralFilter, RefusalsWriteNothing) {
     Params p2 = params(2.0, 0.5, 1), p3 = params(2.0, 0.5, 1, true), nan = params(NAN, 0.5, 1);
     Image gray = noise(4, 3, OX_GRAY, OX_8U, 1), bgr = noise(4, 3, OX_BGR, OX_8U, 2), rgb = make(4, 3, OX_RGB);
     Image gray64 = noise(4, 3, OX_GRAY, OX_64F, 3), empty = make(0, 3, OX_BGR), out = make(4, 3, OX_BGR);
-    Volume vol = volume(4, 3, 2, OX_8U), deeper = volume(4, 3, 3, OX_8U);
+    TestVolume vol = volume(4, 3, 2, OX_8U), deeper = volume(4, 3, 3, OX_8U);
     std::memset(out->data, 0xAB, byteCount(out.get()));
     const auto before = bytesOf(out.get());
     EXPECT_EQ(oxBilateralFilter(p2.get(), gray.get(), out.get()), 1);

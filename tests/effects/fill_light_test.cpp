@@ -1,15 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 
 #include "support/test_support.hpp"
 
 using namespace oxtest;
 
 TEST(FillLight, LightenBlendWithOnlyTheUpperClamp) {
-    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-    constexpr double kInf = std::numeric_limits<double>::infinity();
     struct Case {
         uint8_t base, light;
         double amount;
@@ -18,7 +15,7 @@ TEST(FillLight, LightenBlendWithOnlyTheUpperClamp) {
         {100, 180, 1.0, 180},  {100, 180, 0.5, 140},  {100, 180, 0.3, 124}, {200, 50, 1.0, 200},  // darker ignored
         {200, 50, -3.0, 200},  {250, 255, 2.0, 255},  {100, 101, 0.999, 100},                    // clamp; truncation
         {100, 180, -1.0, 20},  {10, 200, -1.0, 76},                                             // below 0: modulo 256
-        {100, 180, kNaN, 100}, {100, 180, kInf, 255}, {90, 90, kInf, 90}};
+        {100, 180, NAN, 100}, {100, 180, INFINITY, 255}, {90, 90, INFINITY, 90}};
     for (const Case& c : cases) {
         const oxFillLightParams params{c.amount};
         Image base = fromBytes(1, 1, OX_BGR, {c.base, c.base, 0});

@@ -3,7 +3,7 @@
 // swapped) and fractions that are not finite.
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <cmath>
 
 #include "support/test_support.hpp"
 
@@ -18,13 +18,12 @@ TEST(FocusMask, WorkedValues) {
 }
 
 TEST(FocusMask, PlaneHashes) {
-    constexpr float kNaN = std::numeric_limits<float>::quiet_NaN(), kInf = std::numeric_limits<float>::infinity();
     const struct Case { const char* name; oxFocusMaskParams box; uint64_t hash; } cases[] = {
         {"band", {0.2f, 0.4f, 0.8f, 0.6f}, 0x27f3d60bde73bda9ull},          {"whole", {0.0f, 0.0f, 1.0f, 1.0f}, 0x0246babb034718cdull},
         {"default", {0.0f, 0.1f, 1.0f, 0.9f}, 0x50d28609021fd57eull},       {"swapped", {0.9f, 0.8f, 0.1f, 0.3f}, 0x07bd11e90387722bull},
         {"off left", {-0.5f, 0.2f, 0.3f, 0.9f}, 0xe16b9b33770d09dfull},    {"wide", {-3.0f, -2.0f, 4.0f, 3.0f}, 0xbfeabac416400e73ull},
         {"flat", {0.1f, 0.5f, 0.9f, 0.5f}, 0xfbb0d57c05111ec6ull},          {"thin", {0.5f, 0.0f, 0.5f, 1.0f}, 0xfbb0d57c05111ec6ull},
-        {"nan", {kNaN, 0.2f, 0.7f, 0.8f}, 0xca49e6f6f2b6ec5dull},           {"inf", {0.1f, -kInf, 0.7f, kInf}, 0x4251819cf078cd04ull},
+        {"nan", {NAN, 0.2f, 0.7f, 0.8f}, 0xca49e6f6f2b6ec5dull},           {"inf", {0.1f, -INFINITY, 0.7f, INFINITY}, 0x4251819cf078cd04ull},
     };
     for (const Case& c : cases) {
         uint64_t h = 1469598103934665603ull;

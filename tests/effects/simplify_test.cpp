@@ -3,14 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <limits>
 
 #include "support/test_support.hpp"
 
 using namespace oxtest;
 using Bytes = std::vector<uint8_t>;
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN(), kInf = std::numeric_limits<float>::infinity();
 
 TEST(Simplify, AbortsAndRefusals) {
     struct Case {  // source: dst holds the source afterwards, else it is untouched
@@ -18,13 +15,13 @@ TEST(Simplify, AbortsAndRefusals) {
     } cases[] = {
         {"abort, 1024 wide scales: unfiltered working image", 1024, 4, OX_BGR, OX_BGR, 1024, 1024, 2, .1f, 1, 1, true},
         {"abort, 1023 wide is direct", 1023, 4, OX_BGR, OX_BGR, 1023, 1024, 2, .1f, 1, 1, false},
-        {"NaN rangeFactor", 20, 20, OX_BGR, OX_BGR, 20, 1024, 1, kNaN, 0, 1, false},
-        {"infinite rangeFactor times n / 64 = 0", 20, 20, OX_BGR, OX_BGR, 20, 1024, 1, kInf, 0, 1, false},
+        {"NaN rangeFactor", 20, 20, OX_BGR, OX_BGR, 20, 1024, 1, NAN, 0, 1, false},
+        {"infinite rangeFactor times n / 64 = 0", 20, 20, OX_BGR, OX_BGR, 20, 1024, 1, INFINITY, 0, 1, false},
         {"grey", 20, 20, OX_GRAY, OX_GRAY, 20, 1024, 1, .1f, 0, 1, false},
         {"RGB into BGR", 20, 20, OX_RGB, OX_BGR, 20, 1024, 1, .1f, 0, 1, false},
         {"direct path, other width", 20, 20, OX_BGR, OX_BGR, 21, 1024, 1, .1f, 0, 1, false},
         {"working height 0.64", 100, 4, OX_BGR, OX_BGR, 100, 16, 1, .1f, 0, 1, false},
-        {"no passes: a copy, no boost", 20, 20, OX_BGR, OX_BGR, 20, 1024, 0, kNaN, 0, 0, true},
+        {"no passes: a copy, no boost", 20, 20, OX_BGR, OX_BGR, 20, 1024, 0, NAN, 0, 0, true},
     };
     for (const Case& c : cases) {
         Image src = noise(c.w, c.h, c.inEnc, OX_8U, 5), dst = make(c.outW, c.h, c.outEnc);
@@ -42,7 +39,7 @@ TEST(YewSimplify, SizeAndParameterSweep) {
         {0, 0, 1}, {1, 1, 1}, {2, 2, 1}, {3, 1000, 1}, {1000, 3, 1}, {5000, 2, 1}, {4, 4, 0}, {1030, 5, 0},
     };
     struct Params { int32_t iterations; float rf, saturation; } params[] = {
-        {2, 0.1f, 0.3f}, {1, kNaN, 0.5f}, {0, kNaN, kNaN}, {-7, kInf, kInf}, {1, kInf, -kInf}, {2, -kInf, 1e30f},
+        {2, 0.1f, 0.3f}, {1, NAN, 0.5f}, {0, NAN, NAN}, {-7, INFINITY, INFINITY}, {1, INFINITY, -INFINITY}, {2, -INFINITY, 1e30f},
     };
     for (const Size& s : sizes) for (const Params& p : params) for (bool inPlace : {false, true}) {
         const size_t bytes = size_t(s.w) * s.h * 3;

@@ -4,19 +4,12 @@
 
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <string>
 
 #include "support/paths.hpp"
 #include "support/test_support.hpp"
 
 using namespace oxtest;
-
-namespace {
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN(), kInf = std::numeric_limits<float>::infinity();
-
-}  // namespace
 
 // Every encoding pair, in place and not, factors that raise, lower, invert
 // or are not finite; the wide image holds every triple of a set of values
@@ -29,7 +22,7 @@ TEST(SaturatePaths, EveryPathMatchesTheReference) {
                  {OX_RGBA, OX_BGR, false}, {OX_ARGB, OX_RGBA, false}, {OX_RGBA, OX_RGBA, true}};
     const uint8_t values[] = {0, 1, 2, 5, 6, 7, 127, 128, 200, 254, 255};
     for (const Case& c : cases)
-        for (float f : {0.3f, 2.0f, -1.0f, 0.0f, kNaN, kInf})
+        for (float f : {0.3f, 2.0f, -1.0f, 0.0f, NAN, INFINITY})
             for (int32_t w : awkwardWidths())
                 expectSameOnEveryPath("saturate " + std::to_string(c.in) + " to " + std::to_string(c.out) + " f " +
                                           std::to_string(f) + " width " + std::to_string(w),
@@ -50,7 +43,7 @@ TEST(SaturatePaths, EveryPathMatchesTheReference) {
 
 TEST(FocusMaskPaths, EveryPathMatchesTheReference) {
     const oxFocusMaskParams boxes[] = {{0.2f, 0.4f, 0.8f, 0.6f}, {0.0f, 0.0f, 1.0f, 1.0f}, {-2.0f, -1.0f, 3.0f, 2.0f},
-                                       {0.9f, 0.1f, 0.1f, 0.9f}, {0.5f, 0.0f, 0.5f, 1.0f}, {kNaN, 0.0f, 1.0f, kInf}};
+                                       {0.9f, 0.1f, 0.1f, 0.9f}, {0.5f, 0.0f, 0.5f, 1.0f}, {NAN, 0.0f, 1.0f, INFINITY}};
     for (const oxFocusMaskParams& b : boxes)
         for (int32_t w : awkwardWidths())
             expectSameOnEveryPath("focus mask width " + std::to_string(w) + " box " + std::to_string(b.x0), [&] {

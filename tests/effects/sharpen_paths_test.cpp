@@ -3,7 +3,7 @@
 // the mean and in the channels, ratios that saturate and odd floats.
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <cmath>
 #include <random>
 #include <string>
 #include <vector>
@@ -36,9 +36,8 @@ struct Layout {
 }  // namespace
 
 TEST(HighBoostPaths, PixelsMatchThePlainLoop) {
-    constexpr float kNaN = std::numeric_limits<float>::quiet_NaN(), kInf = std::numeric_limits<float>::infinity();
     const Layout layouts[] = {{1, {{0, 0, 0}}}, {3, {{0, 1, 2}}}, {3, {{2, 1, 0}}}, {4, {{3, 2, 1}}}, {4, {{2, 1, 0}}}};
-    const std::pair<float, float> ratios[] = {{0.9f, 2.0f}, {3.0f, 9.0f}, {kNaN, 2.0f}, {1.0f, kInf}, {-1.0f, 2.0f}};
+    const std::pair<float, float> ratios[] = {{0.9f, 2.0f}, {3.0f, 9.0f}, {NAN, 2.0f}, {1.0f, INFINITY}, {-1.0f, 2.0f}};
     for (const Layout& s : layouts)
         for (const Layout& d : layouts)
             for (int32_t w : awkwardWidths())

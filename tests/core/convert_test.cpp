@@ -21,55 +21,6 @@ bool same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)
 
 }  // namespace
 
-TEST(CvtType, EveryTypePairWorkedValues) {
-    struct Case {
-        int32_t from, to;
-        double in, out;
-    } cases[] = {
-        {OX_8U, OX_8U, 200, 200},           {OX_8U, OX_16U, 255, 65280},          {OX_8U, OX_32S, 255, 65280},
-        {OX_8U, OX_32U, 255, 16711680},     {OX_8U, OX_32F, 3, 0x1.818182p-7},    {OX_8U, OX_64F, 3, 0x1.8181818181818p-7},
-        {OX_16U, OX_8U, 0x12FF, 0x12},      {OX_16U, OX_16U, 65535, 65535},       {OX_16U, OX_32S, 65535, 65535},
-        {OX_16U, OX_32U, 0xFFFF, 0xFFFF00}, {OX_16U, OX_32F, 1, 0x1.0001p-16},    {OX_16U, OX_64F, 1, 0x1.000100010001p-16},
-        {OX_32S, OX_8U, -5, 255},           {OX_32S, OX_8U, 0x12345, 0x23},       {OX_32S, OX_16U, 70000, 4464},
-        {OX_32S, OX_32S, -7, -7},           {OX_32S, OX_32U, -5, 4294966016.0},   {OX_32S, OX_32F, -5, -0x1.40014p-14},
-        {OX_32S, OX_64F, 65535, 1.0},       {OX_32U, OX_8U, 0xFFABCDEF, 0xAB},    {OX_32U, OX_16U, 0xFFABCDEF, 0xABCD},
-        {OX_32U, OX_32S, 0xFFABCDEF, -21555},  // the one arithmetic shift
-        {OX_32U, OX_32U, 0xFFFFFFFF, 0xFFFFFFFF}, {OX_32U, OX_32F, 16777215, 0x1.4018bep+3},
-        {OX_32U, OX_32F, 0xFFFFFEDE, 0x1.4018bep+11},  // read unsigned, rounded to float, then divided
-        {OX_32U, OX_64F, 100, 0x1.f426a98516a3bp-15},
-        {OX_32F, OX_8U, 1.5, 126},          {OX_32F, OX_8U, -0x1.99999ap-4, 231}, {OX_32F, OX_8U, kNaN, 0},
-        {OX_32F, OX_8U, 0x1.020202p+0, 1},  // the float product is 257.0; in double it would be 256.99...
-        {OX_32F, OX_16U, 0x1.0001p-8, 256}, {OX_32F, OX_32S, -1, -65535},         {OX_32F, OX_32U, 0x1.0003cap-8, 6552},
-        {OX_32F, OX_32U, -1, 4293290081.0}, {OX_32F, OX_32F, 0x1.99999ap-4, 0x1.99999ap-4},
-        {OX_32F, OX_64F, 0x1.99999ap-4, 0x1.99999ap-4},                           {OX_64F, OX_8U, 2.0, 254},
-        {OX_64F, OX_16U, 0.5, 32767},       {OX_64F, OX_32S, -0.5, -32767},       {OX_64F, OX_32U, 10.0, 16772150},
-        {OX_64F, OX_32F, 0.1, 0x1.99999ap-4}, {OX_64F, OX_64F, 0.1, 0.1},
-    };
-    for (const Case& c : cases) {
-        Image src = fromValues<double>(1, 1, OX_GRAY, c.from, {c.in}), dst = make(1, 1, OX_GRAY, c.to);
-        ASSERT_EQ(oxImageCvtType(src.get(), dst.get()), 0);
-        EXPECT_TRUE(same(valueAt(dst.get(), 0), c.out)) << c.from << " -> " << c.to << " of " << c.in;
-    }
-}
-
-TEST(CvtTypeGivenRange, WorkedValues) {
-    struct Case {
-        int32_t from, to;
-        double low, high, in, out;
-    } cases[] = {
-        {OX_16U, OX_8U, 0, 4095, 4095, 255}, {OX_16U, OX_8U, 0, 4095, 2048, 127}, {OX_16U, OX_8U, 0, 4095, 5000, 255},
-        {OX_8U, OX_8U, 50, 100, 75, 127},     {OX_8U, OX_8U, 50, 100, 30, 0},      {OX_64F, OX_32U, 0, 1, 1.0, 1677215},
-        {OX_32U, OX_8U, -10, 10, 0xFFFFFFFF, 114},  // 32U reads as signed -1
-        {OX_16U, OX_32U, 0, 65535, 2153, 55100},    // 55100.998 in double, 55101 in single precision
-        {OX_32S, OX_32F, 0, 65535, 70000, 1}, {OX_32F, OX_8U, 0, 1, kNaN, 0},      {OX_32F, OX_32F, 0, 1, kNaN, kNaN},
-    };
-    for (const Case& c : cases) {
-        Image src = fromValues<double>(1, 1, OX_GRAY, c.from, {c.in}), dst = make(1, 1, OX_GRAY, c.to);
-        ASSERT_EQ(oxImageCvtTypeGivenRange(src.get(), dst.get(), c.low, c.high), 0);
-        EXPECT_TRUE(same(valueAt(dst.get(), 0), c.out)) << c.from << " -> " << c.to << " of " << c.in;
-    }
-}
-
 // The blocked loops, over a length ending in a partial block and with
 // blocks holding out-of-range floats, give what one-value conversions give.
 TEST(CvtType, WholeBufferMatchesSingleValues) {

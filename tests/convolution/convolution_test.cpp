@@ -50,22 +50,6 @@ TEST(ConvolutionBuffer, SizeRule) {
     }
 }
 
-TEST(ConvolutionFilter, BorderRulesAndTruncationOnEachAxis) {
-    const std::vector<float> quarter{0.25f, 0.5f, 0.25f}, identity{0, 1, 0};
-    const uint8_t line[5] = {10, 21, 30, 47, 50};
-    const std::vector<uint8_t> expect[2] = {{12, 20, 32, 43, 49}, {15, 20, 32, 43, 48}};  // expand, reflect
-    for (int32_t border : {OX_PAD_EXPAND, OX_PAD_REFLECT})
-        for (bool horizontal : {true, false}) {
-            const int32_t w = horizontal ? 5 : 3, h = horizontal ? 3 : 5;
-            Image src = make(w, h, OX_GRAY), dst = make(w, h, OX_GRAY);
-            for (int32_t i = 0; i < 15; ++i) src->data[i] = line[horizontal ? i % 5 : i / 3];
-            Kernel k = horizontal ? makeKernel(quarter, identity, 0, border) : makeKernel(identity, quarter, 0, border);
-            ASSERT_EQ(oxSeparableConvolutionFilter(src.get(), dst.get(), k.get()), 0);
-            for (int32_t i = 0; i < 5; ++i)
-                EXPECT_EQ(dst->data[horizontal ? 5 + i : i * 3 + 1], expect[border][i]) << horizontal << border << i;
-        }
-}
-
 TEST(ConvolutionPasses, ByteConversionClampsTruncatesAndSendsNanToTheTop) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const std::vector<float> column{-0.5f, 254.99f, 255.9f, 300.0f, nan};

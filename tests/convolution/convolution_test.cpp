@@ -65,33 +65,6 @@ TEST(ConvolutionPasses, ByteConversionClampsTruncatesAndSendsNanToTheTop) {
     }
 }
 
-// Taps accumulate in float, in position order: 1 + 2^-24 + 2^-24 stays 1
-// (a double sum or the reverse order gives 1 + 2^-23), and doubles are
-// narrowed before they are weighted: (1 + 2^-24 + 2^-30) - 1 gives 2^-23.
-TEST(ConvolutionPasses, SinglePrecisionInTapOrder) {
-    const double tiny = std::ldexp(1.0, -24), big = 1.0 + tiny + std::ldexp(1.0, -30);
-    const struct {
-        int32_t type;
-        std::initializer_list<double> rows;
-        std::vector<float> x;
-        double expect;
-    } cases[] = {{OX_32F, {1, tiny, tiny, 1, tiny, tiny, 1, tiny, tiny}, {1, 1, 1}, 1.0},
-                 {OX_64F, {1, tiny, tiny, 1, tiny, tiny, 1, tiny, tiny}, {1, 1, 1}, 1.0},
-                 {OX_64F, {big, 0, -1, big, 0, -1, big, 0, -1}, {1, 0, 1}, std::ldexp(1.0, -23)}};
-    for (const auto& c : cases)
-        for (bool symmetric : {false, true}) {
-            Image src = fromValues<double>(3, 3, OX_GRAY, c.type, c.rows), dst = make(3, 3, OX_GRAY, c.type);
-            Kernel k = makeKernel(c.x, {0, 1, 0});
-            std::vector<float> inter(9), scratch(9);
-            const Passes& p = kPasses[c.type == OX_32F ? 1 : 2];
-            ASSERT_EQ((symmetric ? p.symmH : p.h)(src.get(), inter.data(), k.get()), 0);
-            ASSERT_EQ(symmetric ? p.symmV(inter.data(), scratch.data(), dst.get(), k.get())
-                                : p.v(inter.data(), dst.get(), k.get()),
-                      0);
-            EXPECT_EQ(ox::detail::readElement(dst->data, c.type, 4), c.expect) << c.type << symmetric;
-        }
-}
-
 // The symmetric forms weigh both sides with the right half: on mirrored
 // weights they give the general forms' bytes, on awkward lengths.
 TEST(ConvolutionPasses, SymmetricFormsMatchTheGeneralOnesOnMirroredWeights) {

@@ -31,18 +31,6 @@ TEST(Resize, BilinearIsPinned) {
     EXPECT_EQ(hashImage(resized(src.get(), 80, 51, 0).get()), 16104243632728090140ull);
 }
 
-TEST(Resize, RoisSelectSourceAndTarget) {
-    Image src = fromBytes(4, 3, OX_GRAY, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
-    src->roi = {1, 1, 2, 2};
-    for (int32_t mode : {OX_RESIZE_BILINEAR, OX_RESIZE_NEAREST}) {
-        Image dst = make(4, 2, OX_GRAY);
-        std::fill_n(dst->data, 8, 0);
-        dst->roi = {2, 0, 2, 2};
-        ASSERT_EQ(oxResize(src.get(), dst.get(), mode, nullptr), 0);
-        EXPECT_EQ(bytesOf(dst.get()), (std::vector<uint8_t>{0, 0, 5, 6, 0, 0, 9, 10})) << mode;
-    }
-}
-
 TEST(Resize, ColourModesResampleEveryChannelLikeOneChannel) {
     struct Case {
         int32_t mode, type;

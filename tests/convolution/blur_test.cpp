@@ -21,17 +21,13 @@ TEST(BoxBlur, ScratchSize) {
     EXPECT_EQ(oxBlurGetTempBufferSize(make(5, 3, OX_RGBA).get()), 15u);
 }
 
-TEST(BoxBlur, OneChannelWorkedValues) {
+// The means are pinned below; here no pass to run, and lines too short.
+TEST(BoxBlur, OneChannelWithoutAPassOrRoomForTheRadius) {
     struct Case {
         const char* name;
         int32_t w, h, rx, ry;
         std::vector<uint8_t> in, out;  // out empty: refused, dst untouched
     } cases[] = {
-        {"stripes, left window 1 0 1", 8, 1, 1, 0, {0, 0, 255, 255, 0, 0, 255, 255}, {0, 85, 170, 170, 85, 85, 170, 255}},
-        {"383 / 3 truncates to 127", 3, 1, 1, 0, {127, 128, 128}, {127, 127, 128}},
-        {"vertical mirror", 1, 3, 0, 1, {127, 128, 128}, {127, 127, 128}},
-        {"mirror skips the edge", 3, 1, 2, 0, {0, 10, 200}, {84, 46, 44}},
-        {"3x3 mean of a dot", 3, 3, 1, 1, {0, 0, 0, 0, 90, 0, 0, 0, 0}, {40, 20, 40, 20, 10, 20, 40, 20, 40}},
         {"no pass: nothing written", 2, 1, 0, 0, {9, 9}, {7, 7}},
         {"row not longer than radius", 2, 2, 2, 1, {1, 2, 3, 4}, {}},
         {"column not longer than radius", 3, 1, 1, 1, {1, 2, 3}, {}},

@@ -7,23 +7,6 @@
 
 using namespace oxtest;
 
-TEST(CvtColor, EightBitGrayWorkedValues) {
-    EXPECT_EQ(ox_toGray_tab[0], 8192);  // the rounding half sits in the blue table
-    EXPECT_EQ(ox_toGray_tab[255] + ox_toGray_tab[511] + ox_toGray_tab[767], 4186112);
-    struct Case {
-        int32_t encoding;
-        std::initializer_list<uint8_t> pixel;
-        uint8_t gray;
-    } cases[] = {{OX_BGR, {10, 20, 30}, 22},        {OX_RGB, {30, 20, 10}, 22},        {OX_BGR, {255, 255, 255}, 255},
-                 {OX_BGR, {255, 0, 0}, 29},         {OX_BGR, {0, 0, 255}, 76},         {OX_BGR, {0, 255, 0}, 150},
-                 {OX_ARGB, {99, 30, 20, 10}, 22},   {OX_RGBA, {30, 20, 10, 99}, 22},   {OX_GRAY, {123}, 123}};
-    for (const Case& c : cases) {
-        Image src = fromBytes(1, 1, c.encoding, c.pixel), dst = make(1, 1, OX_GRAY);
-        ASSERT_EQ(oxImageCvtColor(src.get(), dst.get()), 0);
-        EXPECT_EQ(dst->data[0], c.gray) << "encoding " << c.encoding;
-    }
-}
-
 // Integer types index by their top 8 bits; float indices are the product
 // with 255 truncated and clamped (NaN to 0), and the float scale is 2^-22.
 TEST(CvtColor, GrayRuleForEveryType) {

@@ -352,6 +352,12 @@ constexpr int32_t kAhead = 4;   // step s fills copy row s + kAhead (s - 3 .. s 
 
 constexpr int32_t kEdge = 24;  // zero cells before and after a row of planes
 
+// How a step finds the neighbours outside the image: None (there are
+// none: a band inside the image, lanes within its columns), Rows (lanes
+// within the columns, in a band at the image's top or bottom: the band's
+// masks) or Any (masks of the step's own lanes).
+enum class Edge { None, Rows, Any };
+
 struct Wave {
     uint8_t* base;  // row y0
     int64_t stride;
@@ -360,6 +366,12 @@ struct Wave {
     __m256i twoLanes;        // 2j
     __m256i laneRows;        // j < rows
     int64_t laneStep;        // stride - 6: lane j's pixel at step s is 3s + j * laneStep beyond base
+    // Where a band has rows outside the image (its last rows), steps inside
+    // the image's columns read lane j from row min(j, rows - 1).
+    int64_t laneFrom[8];
+    // The masks of the nine taps for the steps whose lanes all lie inside
+    // the image's columns: only the rows above and below it are outside.
+    __m256 bandKeep[9];
     // The rows above and below the band as planes, pixel x in cell x + kEdge.
     PlaneRow above, below;
     // Consecutive copy rows from row `origin` on, the three channels of a
@@ -447,13 +459,15 @@ OX_AVX2_INLINE void fillRow(Wave& v, int32_t s) {
     if (origin) fillCell(v, s, 1);
 }
 
-// Copy row s when every lane's pixel lies inside the image and is not the
-// buffer's first: eight loads instead of a gather.
-OX_AVX2_INLINE void fillRowInside(Wave& v, int32_t s) {
+// Copy row s when every lane's pixel lies inside the image's columns and
+// is not the buffer's first: eight loads instead of a gather. Lanes below
+// the image (Edge::Rows) read the band's last row again: their neighbours
+// above weigh them 0 and their outputs go nowhere.
+template <Edge E> OX_AVX2_INLINE void fillRowInside(Wave& v, int32_t s) {
     const uint8_t* at = v.base + (3 * static_cast<int64_t>(s) - 1);
     auto word = [&](int32_t j) {
         int32_t w;
-        std::memcpy(&w, at + j * v.laneStep, 4);
+        std::memcpy(&w, at + (E == Edge::None ? j * v.laneStep : v.laneFrom[j]), 4);
         return w;
     };
     __m128i lo = _mm_cvtsi32_si128(word(0)), hi = _mm_cvtsi32_si128(word(4));
@@ -487,10 +501,16 @@ OX_AVX2_INLINE void stepMasks(const Wave& v, int32_t s, __m256 (&keep)[9]) {
              maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(v.w - 1), x)));
 }
 
+template <Edge E> OX_AVX2_INLINE void masksOf(const Wave& v, int32_t s, __m256 (&keep)[9]) {
+    if constexpr (E == Edge::Any) stepMasks(v, s, keep);
+    if constexpr (E == Edge::Rows)
+        for (int32_t t = 0; t < 9; ++t) keep[t] = v.bandKeep[t];
+}
+
 // A tap's whole weight: spatial weight times range weight, 0 where masked.
-template <bool Masked> OX_AVX2_INLINE __m256 tapWeight(__m256 g, __m256 space, __m256 keep) {
+template <Edge E> OX_AVX2_INLINE __m256 tapWeight(__m256 g, __m256 space, __m256 keep) {
     const __m256 w = _mm256_mul_ps(space, g);
-    if constexpr (Masked) return _mm256_and_ps(w, keep);
+    if constexpr (E != Edge::None) return _mm256_and_ps(w, keep);
     return w;
 }
 
@@ -504,31 +524,31 @@ struct Early {
     __m256 w[6];  // up-left, up, right, below-left, below, below-right
 };
 
-template <bool Masked> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, const Weights& k, Early& e) {
-    __m256 keep[9]{};  // read only when Masked
-    if constexpr (Masked) stepMasks(v, s, keep);
+template <Edge E> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, const Weights& k, Early& e) {
+    __m256 keep[9]{};  // read only with an edge
+    masksOf<E>(v, s, keep);
     float* const row = rowOf(v, s);
     const Px c = loadCells(row, 0, 1);
-    e.w[0] = tapWeight<Masked>(rangeOf(c, loadCells(row, -3, 0), k.byNorm), k.space[0], keep[0]);
-    e.w[1] = tapWeight<Masked>(rangeOf(c, loadCells(row, -2, 0), k.byNorm), k.space[1], keep[1]);
-    e.w[2] = tapWeight<Masked>(rangeOf(c, loadCells(row, 1, 1), k.byNorm), k.space[5], keep[5]);
-    e.w[3] = tapWeight<Masked>(rangeOf(c, loadCells(row, 1, 2), k.byNorm), k.space[6], keep[6]);
-    e.w[4] = tapWeight<Masked>(rangeOf(c, loadCells(row, 2, 2), k.byNorm), k.space[7], keep[7]);
-    e.w[5] = tapWeight<Masked>(rangeOf(c, loadCells(row, 3, 2), k.byNorm), k.space[8], keep[8]);
+    e.w[0] = tapWeight<E>(rangeOf(c, loadCells(row, -3, 0), k.byNorm), k.space[0], keep[0]);
+    e.w[1] = tapWeight<E>(rangeOf(c, loadCells(row, -2, 0), k.byNorm), k.space[1], keep[1]);
+    e.w[2] = tapWeight<E>(rangeOf(c, loadCells(row, 1, 1), k.byNorm), k.space[5], keep[5]);
+    e.w[3] = tapWeight<E>(rangeOf(c, loadCells(row, 1, 2), k.byNorm), k.space[6], keep[6]);
+    e.w[4] = tapWeight<E>(rangeOf(c, loadCells(row, 2, 2), k.byNorm), k.space[7], keep[7]);
+    e.w[5] = tapWeight<E>(rangeOf(c, loadCells(row, 3, 2), k.byNorm), k.space[8], keep[8]);
 }
 
 // Step s: its outputs from the early weights and the two taps that read
 // step s - 1's outputs (`previous`), in the plain loop's tap order.
-template <bool Masked>
+template <Edge E>
 OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k, const Early& e, __m256i* staged) {
     float* const row = rowOf(v, s);
     const Px c = loadCells(row, 0, 1);
-    __m256 keep[9]{};  // read only when Masked
-    if constexpr (Masked) stepMasks(v, s, keep);
+    __m256 keep[9]{};  // read only with an edge
+    masksOf<E>(v, s, keep);
     const Px upRight{shiftedIn(previous.c0, *cellAt(row, 0, -1, 0)), shiftedIn(previous.c1, *cellAt(row, 1, -1, 0)),
                      shiftedIn(previous.c2, *cellAt(row, 2, -1, 0))};
-    const __m256 wUpRight = tapWeight<Masked>(rangeOf(c, upRight, k.byNorm), k.space[2], keep[2]);
-    const __m256 wLeft = tapWeight<Masked>(rangeOf(c, previous, k.byNorm), k.space[3], keep[3]);
+    const __m256 wUpRight = tapWeight<E>(rangeOf(c, upRight, k.byNorm), k.space[2], keep[2]);
+    const __m256 wLeft = tapWeight<E>(rangeOf(c, previous, k.byNorm), k.space[3], keep[3]);
     Sums sums{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
     accumulate(sums, e.w[0], loadCells(row, -3, 0));
     accumulate(sums, e.w[1], loadCells(row, -2, 0));
@@ -549,7 +569,7 @@ OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k,
     // own store (the lane's next step, or the staged block holding it)
     // overwrites: the copy has read it already. The row's last pixel gets
     // its 3 bytes alone.
-    if constexpr (!Masked) {
+    if constexpr (E != Edge::Any) {
         if (staged) {
             _mm256_store_si256(staged, packed(out));
             return;
@@ -558,9 +578,13 @@ OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k,
     alignas(32) uint32_t words[8];
     _mm256_store_si256(reinterpret_cast<__m256i*>(words), packed(out));
     const int64_t at = 3 * static_cast<int64_t>(s);
-    if constexpr (!Masked) {
+    if constexpr (E == Edge::None) {
 #pragma GCC unroll 8
         for (int32_t j = 0; j < 8; ++j) std::memcpy(v.base + (at + j * v.laneStep), &words[j], 4);
+        return;
+    }
+    if constexpr (E == Edge::Rows) {
+        for (int32_t j = 0; j < v.rows; ++j) std::memcpy(v.base + (at + j * v.laneStep), &words[j], 4);
         return;
     }
     const __m256i x = _mm256_sub_epi32(_mm256_set1_epi32(s), v.twoLanes);
@@ -601,7 +625,43 @@ OX_AVX2_INLINE void writeStaged(const Wave& v, int32_t s0, const __m256i (&stage
         lane[j] = _mm256_permute2x128_si256(u[j], u[j + 4], 0x20);
         lane[j + 4] = _mm256_permute2x128_si256(u[j], u[j + 4], 0x31);
     }
-    for (int32_t j = 0; j < 8; ++j) store8(v.base + 3 * static_cast<int64_t>(s0) + j * v.laneStep, lane[j]);
+    for (int32_t j = 0; j < v.rows; ++j) store8(v.base + 3 * static_cast<int64_t>(s0) + j * v.laneStep, lane[j]);
+}
+
+// The steps of a band; those inside the image's columns run with the
+// band's edge, Inside, the others with masks of their own.
+template <Edge Inside> OX_AVX2_INLINE void sweep(Wave& v, const Weights& k, int32_t steps) {
+    const int32_t w = v.w;
+    auto plain = [&](int32_t s) { return s >= 15 && s <= w - 2; };
+    Px previous{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
+    Early early;
+    earlyWeights<Edge::Any>(v, 0, k, early);
+    alignas(32) __m256i staged[8];
+    for (int32_t s = 0; s < steps;) {
+        // Eight plain steps in a row write their outputs together.
+        if (plain(s) && plain(s + 7) && s + 7 + kAhead <= w - 1) {
+            makeRoom(v, s, s + 7 + kAhead);
+            const int32_t s0 = s;
+            for (int32_t i = 0; i < 8; ++i, ++s) {
+                fillRowInside<Inside>(v, s + kAhead);
+                waveStep<Inside>(v, s, previous, k, early, &staged[i]);
+                if (i < 7 || plain(s + 1)) earlyWeights<Inside>(v, s + 1, k, early);
+                else earlyWeights<Edge::Any>(v, s + 1, k, early);
+            }
+            writeStaged(v, s0, staged);
+            continue;
+        }
+        // Copy row s + kAhead (its lanes at x = s + kAhead - 2j, all old
+        // still).
+        makeRoom(v, s, s + kAhead);
+        if (plain(s) && s + kAhead <= w - 1) fillRowInside<Inside>(v, s + kAhead);
+        else fillRow(v, s + kAhead);
+        if (plain(s)) waveStep<Inside>(v, s, previous, k, early, nullptr);
+        else waveStep<Edge::Any>(v, s, previous, k, early, nullptr);
+        if (plain(s + 1)) earlyWeights<Inside>(v, s + 1, k, early);
+        else earlyWeights<Edge::Any>(v, s + 1, k, early);
+        ++s;
+    }
 }
 
 }  // namespace
@@ -642,39 +702,16 @@ OX_TARGET_AVX2 bool colourRadius1InPlaceAvx2(const ColourPass& p, const float* b
         v.origin = -3;
         edgeCells(v, v.origin, v.origin + kStrip - 1);
         for (int32_t s = -3; s < kAhead; ++s) fillRow(v, s);
-        Px previous{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
-        // Steps whose lanes all lie inside the image and its border skip the
-        // masks: x = s - 2j within 1..w - 2 for j = 0..7, rows 1..h - 2.
-        const bool inner = y0 > 0 && y0 + 8 < h;
-        auto plain = [&](int32_t s) { return inner && s >= 15 && s <= w - 2; };
-        Early early;
-        earlyWeights<true>(v, 0, k, early);
-        alignas(32) __m256i staged[8];
-        for (int32_t s = 0; s < steps;) {
-            // Eight plain steps in a row write their outputs together.
-            if (plain(s) && plain(s + 7) && s + 7 + kAhead <= w - 1) {
-                makeRoom(v, s, s + 7 + kAhead);
-                const int32_t s0 = s;
-                for (int32_t i = 0; i < 8; ++i, ++s) {
-                    fillRowInside(v, s + kAhead);
-                    waveStep<false>(v, s, previous, k, early, &staged[i]);
-                    if (i < 7 || plain(s + 1)) earlyWeights<false>(v, s + 1, k, early);
-                    else earlyWeights<true>(v, s + 1, k, early);
-                }
-                writeStaged(v, s0, staged);
-                continue;
-            }
-            // Copy row s + kAhead (its lanes at x = s + kAhead - 2j, all old
-            // still).
-            makeRoom(v, s, s + kAhead);
-            if (plain(s) && s + kAhead <= w - 1) fillRowInside(v, s + kAhead);
-            else fillRow(v, s + kAhead);
-            if (plain(s)) waveStep<false>(v, s, previous, k, early, nullptr);
-            else waveStep<true>(v, s, previous, k, early, nullptr);
-            if (plain(s + 1)) earlyWeights<false>(v, s + 1, k, early);
-            else earlyWeights<true>(v, s + 1, k, early);
-            ++s;
-        }
+        // Inside the image's columns (x = s - 2j within 1..w - 2 for every
+        // lane) a step needs masks only for the rows above and below the
+        // image, the same for the whole band.
+        const __m256i y = _mm256_add_epi32(_mm256_set1_epi32(y0), lanes);
+        const __m256 all = maskOf(_mm256_set1_epi32(-1));
+        tapMasks(v.bandKeep, maskOf(_mm256_cmpgt_epi32(y, _mm256_setzero_si256())),
+                 maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(h - 1), y)), all, all);
+        for (int32_t j = 0; j < 8; ++j) v.laneFrom[j] = std::min(j, v.rows - 1) * v.laneStep;
+        if (y0 > 0 && y0 + 8 < h) sweep<Edge::None>(v, k, steps);
+        else sweep<Edge::Rows>(v, k, steps);
     }
     return true;
 }

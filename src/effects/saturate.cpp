@@ -129,13 +129,30 @@ Status saturatePixels(ConstView<uint8_t> src, ChannelOrder srcOrder, View<uint8_
     if (useAvx2() && src.channels >= 3 && dst.channels >= 3 && !overlap(src, dst)) {
         const Terms terms(factor, 0);  // only the last pixels of a row use them: no table
         const Shuffle16 gather = gatherMasks(src.channels, srcOrder), scatter = scatterMasks(dst.channels, dstOrder);
+        // Packed rows follow one another in memory: the pixels the vector
+        // loop leaves at the end of a row start the next row's run instead,
+        // and only the image's last few take the plain loop.
+        const bool packed = src.stride == src.rowElements() && dst.stride == dst.rowElements();
+        int32_t carried = 0;
+        const auto finish = [&](int32_t y, int32_t count) {  // the last `count` pixels of row y
+            saturateRowPlain(src.row(y) + int64_t{src.width - count} * src.channels, src.channels, srcOrder,
+                             dst.row(y) + int64_t{src.width - count} * dst.channels, dst.channels, dstOrder, count,
+                             terms);
+        };
         for (int32_t y = 0; y < src.height; ++y) {
-            if (abortRequested(abortFlag)) return Status::Aborted;
-            const uint8_t* s = src.row(y);
-            uint8_t* d = dst.row(y);
-            const int32_t done = saturateRowAvx2(s, src.channels, gather, d, dst.channels, scatter, src.width, factor);
-            saturateRowPlain(s + int64_t{done} * src.channels, src.channels, srcOrder, d + int64_t{done} * dst.channels,
-                             dst.channels, dstOrder, src.width - done, terms);
+            if (abortRequested(abortFlag)) {
+                if (carried > 0) finish(y - 1, carried);  // the rows before an abort are whole
+                return Status::Aborted;
+            }
+            const int32_t n = src.width + carried;
+            const int32_t done = saturateRowAvx2(src.row(y) - int64_t{carried} * src.channels, src.channels, gather,
+                                                 dst.row(y) - int64_t{carried} * dst.channels, dst.channels, scatter, n,
+                                                 factor);
+            carried = n - done;
+            if (!packed || y == src.height - 1) {
+                finish(y, carried);
+                carried = 0;
+            }
         }
         return Status::Ok;
     }

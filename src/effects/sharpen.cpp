@@ -143,9 +143,20 @@ Status highBoostPixels(ConstView<uint8_t> src, ChannelOffsets from, View<uint8_t
     // pixels or apart), so the vector blocks of all rows may go first.
     int64_t done = 0;
 #if OX_HAVE_AVX2_PATH
-    if (useAvx2() && blocksAreSafe(src, from, dst, to))
+    if (useAvx2() && blocksAreSafe(src, from, dst, to)) {
+        if (src.stride == src.rowElements() && dst.stride == dst.rowElements()) {
+            // Packed rows (and planes) follow one another: one run over all
+            // of them leaves the plain loop only the image's last pixels.
+            const int64_t n = static_cast<int64_t>(src.width) * src.height;
+            done = highBoostRowsAvx2(src.data, 0, src.channels, from, dst.data, 0, dst.channels, to, lum, mean, n, 1,
+                                     gain, maxRatio);
+            boostRow(src.data + done * src.channels, src.channels, from, dst.data + done * dst.channels, dst.channels,
+                     to, channels, lum + done, mean + done, n - done, gain, maxRatio);
+            return Status::Ok;
+        }
         done = highBoostRowsAvx2(src.data, src.stride, src.channels, from, dst.data, dst.stride, dst.channels, to, lum,
                                  mean, src.width, src.height, gain, maxRatio);
+    }
 #endif
     for (int64_t y = 0; y < src.height; ++y) {
         const int64_t at = y * src.width + done;

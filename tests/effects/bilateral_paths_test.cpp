@@ -75,7 +75,7 @@ TEST(BilateralColourPaths, EveryPathGivesThePlainBytes) {
     for (const Case& c : cases)
         for (Layout layout : {Layout::Separate, Layout::InPlace, Layout::Shifted, Layout::Padded})
             for (int32_t w : awkwardWidths())
-                for (int32_t h : {1, 2, 3, 4, 19}) {
+                for (int32_t h : {1, 2, 3, 4, 16, 19}) {
                     const std::string what = std::string(kLayoutNames[int(layout)]) + " " + std::to_string(w) + "x" +
                                              std::to_string(h) + " r " + std::to_string(c.r) +
                                              (c.band ? " band" : " noise");

@@ -4,8 +4,11 @@
 
 #include <cmath>
 #include <cstring>
+#include <random>
 #include <string>
+#include <vector>
 
+#include "effects/detail/saturate_ops.hpp"
 #include "support/paths.hpp"
 #include "support/test_support.hpp"
 
@@ -39,6 +42,23 @@ TEST(SaturatePaths, EveryPathMatchesTheReference) {
                                           EXPECT_EQ(oxSaturateFilter(&p, src.get(), out, nullptr), 0);
                                           return bytesOf(out);
                                       });
+}
+
+// Rows with padding between them are run one by one; packed rows (above)
+// hand a row's last pixels on to the next row's run.
+TEST(SaturatePaths, PaddedRowsMatchTheReference) {
+    namespace d = ox::detail;
+    for (int32_t w : awkwardWidths())
+        expectSameOnEveryPath("padded width " + std::to_string(w), [&] {
+            const int64_t stride = 3 * int64_t(w) + 5;
+            std::vector<uint8_t> buffer(size_t(stride * 4));
+            std::mt19937 rng{static_cast<uint32_t>(w)};
+            for (uint8_t& b : buffer) b = uint8_t(rng());
+            const d::View<uint8_t> v{buffer.data(), w, 4, 3, stride};
+            const d::ChannelOrder bgr = d::channelOrderOf(OX_BGR);
+            EXPECT_EQ(d::saturatePixels(v, bgr, v, bgr, 1.6f, nullptr), d::Status::Ok);
+            return buffer;
+        });
 }
 
 TEST(FocusMaskPaths, EveryPathMatchesTheReference) {

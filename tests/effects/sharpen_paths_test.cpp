@@ -1,6 +1,7 @@
 // The high boost's AVX2 rows against the plain loop, byte for byte, on
-// every instruction-set path: awkward widths, every layout pair, zeros in
-// the mean and in the channels, ratios that saturate and odd floats.
+// every instruction-set path: awkward widths, every layout pair, packed and
+// padded rows, zeros in the mean and in the channels, ratios that saturate
+// and odd floats.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -45,17 +46,18 @@ TEST(HighBoostPaths, PixelsMatchThePlainLoop) {
                     for (bool inPlace : {false, true}) {
                         const bool sameLayout = s.channels == d.channels && s.at.at[0] == d.at.at[0] && s.at.at[2] == d.at.at[2];
                         if ((s.channels == 1) != (d.channels == 1) || (inPlace && !sameLayout)) continue;
-                        const int32_t h = 3;
+                        const int32_t h = 3, pad = w % 2 ? 5 : 0;  // packed rows run as one, padded ones row by row
                         const std::string what = std::to_string(s.channels) + ">" + std::to_string(d.channels) + " w" +
                                                  std::to_string(w) + " gain " + std::to_string(gain) +
-                                                 (inPlace ? " in place" : "");
+                                                 (inPlace ? " in place" : "") + (pad ? " padded" : "");
                         expectSameOnEveryPath(what, [&] {
-                            std::vector<uint8_t> src = edgyBytes(size_t(w) * h * s.channels, w);
-                            std::vector<uint8_t> dst = edgyBytes(size_t(w) * h * d.channels, 5);
+                            const int64_t sStride = int64_t{w} * s.channels + pad, dStride = int64_t{w} * d.channels + pad;
+                            std::vector<uint8_t> src = edgyBytes(size_t(sStride * h), w);
+                            std::vector<uint8_t> dst = edgyBytes(size_t(dStride * h), 5);
                             const std::vector<uint8_t> lum = edgyBytes(size_t(w) * h, 6), mean = edgyBytes(size_t(w) * h, 7);
                             std::vector<uint8_t>& out = inPlace ? src : dst;
-                            const View<uint8_t> sv{src.data(), w, h, s.channels, int64_t{w} * s.channels};
-                            const View<uint8_t> dv{out.data(), w, h, d.channels, int64_t{w} * d.channels};
+                            const View<uint8_t> sv{src.data(), w, h, s.channels, sStride};
+                            const View<uint8_t> dv{out.data(), w, h, d.channels, inPlace ? sStride : dStride};
                             EXPECT_EQ(highBoostPixels(sv, s.at, dv, d.at, lum.data(), mean.data(), gain, maxRatio),
                                       Status::Ok);
                             return out;

@@ -8,7 +8,7 @@
 namespace ox::detail {
 
 #if OX_HAVE_AVX2_PATH
-// The leading pixels of one row, 16 at a time: blue, green and red of `n`
+// The leading pixels of one row, 32 at a time and then 16 once: blue, green and red of `n`
 // pixels of `inChannels` bytes (3 or 4), taken with `gather`, written to
 // pixels of `outChannels` bytes with `scatter` (their other bytes stay). Each lane runs the
 // plain loop's operations on the same floats, ties between channels broken

@@ -163,7 +163,7 @@ namespace ox::detail {
 Status fillPixels(View<uint8_t> dst, uint8_t value) noexcept {
     if (dst.empty()) return Status::Ok;
     const auto rowBytes = static_cast<size_t>(dst.rowElements());
-    if (dst.stride == dst.rowElements()) {
+    if (dst.packed()) {
         std::memset(dst.data, value, rowBytes * static_cast<size_t>(dst.height));
         return Status::Ok;
     }

@@ -132,7 +132,7 @@ Status saturatePixels(ConstView<uint8_t> src, ChannelOrder srcOrder, View<uint8_
         // Packed rows follow one another in memory: the pixels the vector
         // loop leaves at the end of a row start the next row's run instead,
         // and only the image's last few take the plain loop.
-        const bool packed = src.stride == src.rowElements() && dst.stride == dst.rowElements();
+        const bool packed = src.packed() && dst.packed();
         int32_t carried = 0;
         const auto finish = [&](int32_t y, int32_t count) {  // the last `count` pixels of row y
             saturateRowPlain(src.row(y) + int64_t{src.width - count} * src.channels, src.channels, srcOrder,

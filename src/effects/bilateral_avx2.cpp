@@ -66,19 +66,27 @@ OX_AVX2_INLINE void accumulate(Sums& s, __m256 w, const Px& v) {
     s.S2 = _mm256_fmadd_ps(w, v.c2, s.S2);
 }
 
+// 2^23 and its bits: a float in [2^23, 2^24) holds the integer above 2^23
+// in its low mantissa bits, so 2^23 + n, n below 2^23, has the bits
+// kBiasBits + n.
+constexpr float kBias = 8388608.0f;
+constexpr uint32_t kBiasBits = 0x4B000000;
+
 // The range weight of each lane's pair of pixels p and q: the squared
 // distance indexes the compact table. It depends on the distance only, so a
 // pair weighs the same from either end.
 OX_AVX2_INLINE __m256 rangeOf(const Px& p, const Px& q, const float* byNorm) {
     const __m256 d0 = _mm256_sub_ps(q.c0, p.c0), d1 = _mm256_sub_ps(q.c1, p.c1), d2 = _mm256_sub_ps(q.c2, p.c2);
-    const __m256 norm = _mm256_fmadd_ps(d2, d2, _mm256_fmadd_ps(d1, d1, _mm256_mul_ps(d0, d0)));
-    const __m256i i = _mm256_cvttps_epi32(norm);
+    const __m256 norm = _mm256_fmadd_ps(d2, d2, _mm256_fmadd_ps(d1, d1, _mm256_fmadd_ps(d0, d0, _mm256_set1_ps(kBias))));
+    const __m256i i = _mm256_castps_si256(norm);
     const __m128i lo = _mm256_castsi256_si128(i);
     const uint64_t a = static_cast<uint64_t>(_mm_cvtsi128_si64(lo)), b = static_cast<uint64_t>(_mm_extract_epi64(lo, 1));
     const __m128i hi = _mm256_extracti128_si256(i, 1);
     const uint64_t c = static_cast<uint64_t>(_mm_cvtsi128_si64(hi)), d = static_cast<uint64_t>(_mm_extract_epi64(hi, 1));
-    const __m128 x = _mm_setr_ps(byNorm[static_cast<uint32_t>(a)], byNorm[a >> 32], byNorm[static_cast<uint32_t>(b)], byNorm[b >> 32]);
-    const __m128 y = _mm_setr_ps(byNorm[static_cast<uint32_t>(c)], byNorm[c >> 32], byNorm[static_cast<uint32_t>(d)], byNorm[d >> 32]);
+    const uintptr_t base = reinterpret_cast<uintptr_t>(byNorm) - uintptr_t{kBiasBits} * sizeof(float);
+    auto at = [base](uint64_t bits) { return *reinterpret_cast<const float*>(base + bits * sizeof(float)); };
+    const __m128 x = _mm_setr_ps(at(static_cast<uint32_t>(a)), at(a >> 32), at(static_cast<uint32_t>(b)), at(b >> 32));
+    const __m128 y = _mm_setr_ps(at(static_cast<uint32_t>(c)), at(c >> 32), at(static_cast<uint32_t>(d)), at(d >> 32));
     return _mm256_set_m128(y, x);
 }
 

@@ -512,11 +512,10 @@ struct Early {
     __m256 w[6];  // up-left, up, right, below-left, below, below-right
 };
 
-template <Edge E> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, const Weights& k, Early& e) {
+template <Edge E> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, float* const row, const Weights& k, Early& e) {
     __m256 own[9]{};  // read only with an edge
     if constexpr (E == Edge::Any) stepMasks(v, s, own);
     const __m256(&keep)[9] = E == Edge::Rows ? v.bandKeep : own;
-    float* const row = rowOf(v, s);
     const Px c = loadCells(row, 0, 1);
     e.w[0] = tapWeight<E>(rangeOf(c, loadCells(row, -3, 0), k.byNorm), k.space[0], keep[0]);
     e.w[1] = tapWeight<E>(rangeOf(c, loadCells(row, -2, 0), k.byNorm), k.space[1], keep[1]);
@@ -529,8 +528,8 @@ template <Edge E> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, const Wei
 // Step s: its outputs from the early weights and the two taps that read
 // step s - 1's outputs (`previous`), in the plain loop's tap order.
 template <Edge E>
-OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k, const Early& e, __m256i* staged) {
-    float* const row = rowOf(v, s);
+OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, float* const row, Px& previous, const Weights& k, const Early& e,
+                             __m256i* staged) {
     const Px c = loadCells(row, 0, 1);
     __m256 own[9]{};  // read only with an edge
     if constexpr (E == Edge::Any) stepMasks(v, s, own);
@@ -643,7 +642,7 @@ template <Edge Inside> OX_AVX2_INLINE void sweep(Wave& v, const Weights& k, int3
     auto plain = [&](int32_t s) { return s >= 15 && s <= w - 2; };
     Px previous{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
     Early early;
-    earlyWeights<Edge::Any>(v, 0, k, early);
+    earlyWeights<Edge::Any>(v, 0, rowOf(v, 0), k, early);
     alignas(32) __m256i staged[8];
     for (int32_t s = 0; s < steps;) {
         // Eight plain steps in a row write their outputs together.
@@ -651,10 +650,12 @@ template <Edge Inside> OX_AVX2_INLINE void sweep(Wave& v, const Weights& k, int3
             makeRoom(v, s, s + 7 + kAhead);
             const int32_t s0 = s;
             fillRowsInside<Inside>(v, s + kAhead);
-            for (int32_t i = 0; i < 8; ++i, ++s) {
-                waveStep<Inside>(v, s, previous, k, early, &staged[i]);
-                if (i < 7 || plain(s + 1)) earlyWeights<Inside>(v, s + 1, k, early);
-                else earlyWeights<Edge::Any>(v, s + 1, k, early);
+            // The block's copy rows lie one after another from row s0.
+            float* row = rowOf(v, s0);
+            for (int32_t i = 0; i < 8; ++i, ++s, row += 3 * kCells) {
+                waveStep<Inside>(v, s, row, previous, k, early, &staged[i]);
+                if (i < 7 || plain(s + 1)) earlyWeights<Inside>(v, s + 1, row + 3 * kCells, k, early);
+                else earlyWeights<Edge::Any>(v, s + 1, row + 3 * kCells, k, early);
             }
             writeStaged(v, s0, staged);
             continue;
@@ -664,10 +665,11 @@ template <Edge Inside> OX_AVX2_INLINE void sweep(Wave& v, const Weights& k, int3
         makeRoom(v, s, s + kAhead);
         if (plain(s) && s + kAhead <= w - 1) fillRowInside<Inside>(v, s + kAhead);
         else fillRow(v, s + kAhead);
-        if (plain(s)) waveStep<Inside>(v, s, previous, k, early, nullptr);
-        else waveStep<Edge::Any>(v, s, previous, k, early, nullptr);
-        if (plain(s + 1)) earlyWeights<Inside>(v, s + 1, k, early);
-        else earlyWeights<Edge::Any>(v, s + 1, k, early);
+        float* const row = rowOf(v, s);
+        if (plain(s)) waveStep<Inside>(v, s, row, previous, k, early, nullptr);
+        else waveStep<Edge::Any>(v, s, row, previous, k, early, nullptr);
+        if (plain(s + 1)) earlyWeights<Inside>(v, s + 1, row + 3 * kCells, k, early);
+        else earlyWeights<Edge::Any>(v, s + 1, row + 3 * kCells, k, early);
         ++s;
     }
 }

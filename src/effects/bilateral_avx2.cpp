@@ -180,10 +180,16 @@ OX_AVX2_INLINE void convertRow(const PlaneRow& r, const uint8_t* src, int32_t w)
 // weights of pixel x's pairs with its right neighbour, the one below, below
 // and right, and of its right neighbour with the one below it. Each pair
 // serves both of its pixels, so an output pixel's eight neighbours cost
-// four lookups. `at[i]` is the cell offset of x within row i of a group.
-struct Cells {
-    int64_t at[4];
+// four lookups. A group of pixels x..x + 7 sees every row from cell x on.
+struct Rows {
+    const float *up, *mid, *down, *above;  // planes y - 1, y, y + 1; pairs y - 1
+    float* here;                           // pairs y
+    int64_t cells;
 };
+
+OX_AVX2_INLINE Rows movedBy(const Rows& r, int32_t x) {
+    return {r.up + x, r.mid + x, r.down + x, r.above + x, r.here + x, r.cells};
+}
 
 // The cells of a row: w + 2 rounded up to an odd multiple of 16, so that
 // rows lie an odd multiple of 64 bytes apart modulo 4 KiB. A group reads and
@@ -194,9 +200,8 @@ struct Cells {
 // window, farther than one access reaches.
 inline int64_t separateRowCells(int32_t w) { return ((static_cast<int64_t>(w) + 2 + 15) / 16 * 16) | 16; }
 
-OX_AVX2_INLINE Px loadPx(const float* plane, const Cells& c, int32_t dx) {
-    return {_mm256_loadu_ps(plane + c.at[0] + dx), _mm256_loadu_ps(plane + c.at[1] + dx),
-            _mm256_loadu_ps(plane + c.at[2] + dx)};
+OX_AVX2_INLINE Px loadPx(const float* plane, int64_t cells, int32_t dx) {
+    return {_mm256_loadu_ps(plane + dx), _mm256_loadu_ps(plane + cells + dx), _mm256_loadu_ps(plane + 2 * cells + dx)};
 }
 
 // A pair's weight as its two pixels use it. When the spatial weights of
@@ -215,82 +220,78 @@ OX_AVX2_INLINE void paired(Sums& s, const Px& v, __m256 pair, __m256 space, __m2
     accumulate(s, w, v);
 }
 
-// The pairs pixels x..x + 7 of a row start (see Cells), for this row's
-// outputs and the next row's. A row's pairs are all made before its
-// outputs: each group's lookups are then independent of the sums, and
-// the processor overlaps the groups' work instead of waiting on each
-// group's lookups before its sums.
-template <bool Premultiplied>
-OX_AVX2_INLINE void separatePairs(const float* mid, const float* down, float* here, const Cells& c, const Weights& k) {
-    enum { H, V, D, A };
-    const Px centre = loadPx(mid, c, 1), right = loadPx(mid, c, 2), below = loadPx(down, c, 1),
-             belowRight = loadPx(down, c, 2);
-    _mm256_storeu_ps(here + c.at[H] + 1, stored<Premultiplied>(k.space[5], rangeOf(centre, right, k.byNorm)));
-    _mm256_storeu_ps(here + c.at[V] + 1, stored<Premultiplied>(k.space[7], rangeOf(centre, below, k.byNorm)));
-    _mm256_storeu_ps(here + c.at[D] + 1, stored<Premultiplied>(k.space[8], rangeOf(centre, belowRight, k.byNorm)));
-    _mm256_storeu_ps(here + c.at[A] + 1, stored<Premultiplied>(k.space[6], rangeOf(right, below, k.byNorm)));
+enum PairRow { H, V, D, A };
+
+// The pairs the group's pixels start, for this row's outputs and the next
+// row's. A row's pairs are all made before its outputs: each group's
+// lookups are then independent of the sums, and the processor overlaps the
+// groups' work instead of waiting on each group's lookups before its sums.
+template <bool Premultiplied> OX_AVX2_INLINE void separatePairs(const Rows& r, const Weights& k) {
+    const int64_t n = r.cells;
+    const Px centre = loadPx(r.mid, n, 1), right = loadPx(r.mid, n, 2), below = loadPx(r.down, n, 1),
+             belowRight = loadPx(r.down, n, 2);
+    _mm256_storeu_ps(r.here + H * n + 1, stored<Premultiplied>(k.space[5], rangeOf(centre, right, k.byNorm)));
+    _mm256_storeu_ps(r.here + V * n + 1, stored<Premultiplied>(k.space[7], rangeOf(centre, below, k.byNorm)));
+    _mm256_storeu_ps(r.here + D * n + 1, stored<Premultiplied>(k.space[8], rangeOf(centre, belowRight, k.byNorm)));
+    _mm256_storeu_ps(r.here + A * n + 1, stored<Premultiplied>(k.space[6], rangeOf(right, below, k.byNorm)));
 }
 
-// The outputs of pixels x..x + 7 of row y from the pairs of rows y - 1
-// (`above`) and y (`here`).
+// The group's outputs from the pairs of rows y - 1 and y.
 template <bool Masked, bool Premultiplied>
-OX_AVX2_INLINE void separateGroup(const float* up, const float* mid, const float* down, const float* above,
-                                  const float* here, uint8_t* out, int32_t x, const Cells& c,
-                                  const __m256 (&keep)[9], const Weights& k) {
-    enum { H, V, D, A };
+OX_AVX2_INLINE void separateGroup(const Rows& r, uint8_t* out, const __m256 (&keep)[9], const Weights& k) {
+    const int64_t n = r.cells;
     Sums s{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
-    paired<Masked, Premultiplied>(s, loadPx(up, c, 0), _mm256_loadu_ps(above + c.at[D]), k.space[0], keep[0]);
-    paired<Masked, Premultiplied>(s, loadPx(up, c, 1), _mm256_loadu_ps(above + c.at[V] + 1), k.space[1], keep[1]);
-    paired<Masked, Premultiplied>(s, loadPx(up, c, 2), _mm256_loadu_ps(above + c.at[A] + 1), k.space[2], keep[2]);
-    paired<Masked, Premultiplied>(s, loadPx(mid, c, 0), _mm256_loadu_ps(here + c.at[H]), k.space[3], keep[3]);
-    accumulate(s, k.centre, loadPx(mid, c, 1));
-    paired<Masked, Premultiplied>(s, loadPx(mid, c, 2), _mm256_loadu_ps(here + c.at[H] + 1), k.space[5], keep[5]);
-    paired<Masked, Premultiplied>(s, loadPx(down, c, 0), _mm256_loadu_ps(here + c.at[A]), k.space[6], keep[6]);
-    paired<Masked, Premultiplied>(s, loadPx(down, c, 1), _mm256_loadu_ps(here + c.at[V] + 1), k.space[7], keep[7]);
-    paired<Masked, Premultiplied>(s, loadPx(down, c, 2), _mm256_loadu_ps(here + c.at[D] + 1), k.space[8], keep[8]);
+    paired<Masked, Premultiplied>(s, loadPx(r.up, n, 0), _mm256_loadu_ps(r.above + D * n), k.space[0], keep[0]);
+    paired<Masked, Premultiplied>(s, loadPx(r.up, n, 1), _mm256_loadu_ps(r.above + V * n + 1), k.space[1], keep[1]);
+    paired<Masked, Premultiplied>(s, loadPx(r.up, n, 2), _mm256_loadu_ps(r.above + A * n + 1), k.space[2], keep[2]);
+    paired<Masked, Premultiplied>(s, loadPx(r.mid, n, 0), _mm256_loadu_ps(r.here + H * n), k.space[3], keep[3]);
+    accumulate(s, k.centre, loadPx(r.mid, n, 1));
+    paired<Masked, Premultiplied>(s, loadPx(r.mid, n, 2), _mm256_loadu_ps(r.here + H * n + 1), k.space[5], keep[5]);
+    paired<Masked, Premultiplied>(s, loadPx(r.down, n, 0), _mm256_loadu_ps(r.here + A * n), k.space[6], keep[6]);
+    paired<Masked, Premultiplied>(s, loadPx(r.down, n, 1), _mm256_loadu_ps(r.here + V * n + 1), k.space[7], keep[7]);
+    paired<Masked, Premultiplied>(s, loadPx(r.down, n, 2), _mm256_loadu_ps(r.here + D * n + 1), k.space[8], keep[8]);
     const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), s.W);
-    store8(out + 3 * static_cast<int64_t>(x), packed({clampedOf(s.S0, inv), clampedOf(s.S1, inv), clampedOf(s.S2, inv)}));
+    store8(out, packed({clampedOf(s.S0, inv), clampedOf(s.S1, inv), clampedOf(s.S2, inv)}));
 }
 
-// The rows of a separate pass.
+// A group with the neighbours outside the image masked: those of the rows
+// above and below it (`top`, `bottom`) and of the columns left and right.
+template <bool Premultiplied>
+OX_AVX2_INLINE void maskedGroup(const Rows& rows, int32_t x, int32_t w, __m256 top, __m256 bottom, uint8_t* out,
+                                const Weights& k) {
+    const __m256i at = _mm256_add_epi32(_mm256_set1_epi32(x), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+    __m256 keep[9];
+    tapMasks(keep, top, bottom, maskOf(_mm256_cmpgt_epi32(at, _mm256_setzero_si256())),
+             maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(w - 1), at)));
+    separateGroup<true, Premultiplied>(movedBy(rows, x), out + 3 * static_cast<int64_t>(x), keep, k);
+}
+
+// The rows of a separate pass. Groups of eight from x = 0; the last ends at
+// w - 1 and may overlap the one before, which only writes the same values
+// again.
 template <bool Premultiplied>
 OX_AVX2_INLINE void separateRows(const ColourPass& p, float* block, int64_t cells, const Weights& k) {
-    const int32_t w = p.src.width, h = p.src.height;
+    const int32_t w = p.src.width, h = p.src.height, last = w - 8;
     auto plane = [&](int32_t y) { return block + 3 * cells * (y < 0 || y >= h ? 3 : y % 3); };
     auto pairs = [&](int32_t y) { return block + 12 * cells + 4 * cells * (y & 1); };
-    auto cellsAt = [&](int32_t x) { return Cells{{x, x + cells, x + 2 * cells, x + 3 * cells}}; };
-    const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
     const __m256 all = maskOf(_mm256_set1_epi32(-1));
     __m256 none[9];
     tapMasks(none, all, all, all, all);
     convertRow({{plane(0), plane(0) + cells, plane(0) + 2 * cells}}, p.src.row(0), w);
     for (int32_t y = 0; y < h; ++y) {
         if (y + 1 < h) convertRow({{plane(y + 1), plane(y + 1) + cells, plane(y + 1) + 2 * cells}}, p.src.row(y + 1), w);
-        const float *up = plane(y - 1), *mid = plane(y), *down = plane(y + 1), *above = pairs(y - 1);
-        float* here = pairs(y);
+        const Rows rows{plane(y - 1), plane(y), plane(y + 1), pairs(y - 1), pairs(y), cells};
         uint8_t* out = p.dst.row(y);
+        for (int32_t x = 0; x < last; x += 8) separatePairs<Premultiplied>(movedBy(rows, x), k);
+        separatePairs<Premultiplied>(movedBy(rows, last), k);
+
         const __m256 top = y > 0 ? all : _mm256_setzero_ps(), bottom = y < h - 1 ? all : _mm256_setzero_ps();
-        // Groups of eight from x = 0; the last ends at w - 1 and may overlap
-        // the one before, which only writes the same values again.
-        for (int32_t x = 0;; x += 8) {
-            x = std::min(x, w - 8);
-            separatePairs<Premultiplied>(mid, down, here, cellsAt(x), k);
-            if (x == w - 8) break;
+        maskedGroup<Premultiplied>(rows, 0, w, top, bottom, out, k);
+        for (int32_t x = 8; x < last; x += 8) {
+            if (y == 0 || y == h - 1) maskedGroup<Premultiplied>(rows, x, w, top, bottom, out, k);
+            else separateGroup<false, Premultiplied>(movedBy(rows, x), out + 3 * static_cast<int64_t>(x), none, k);
         }
-        for (int32_t x = 0;; x += 8) {
-            x = std::min(x, w - 8);
-            const Cells c = cellsAt(x);
-            if (x == 0 || x == w - 8 || y == 0 || y == h - 1) {
-                const __m256i at = _mm256_add_epi32(_mm256_set1_epi32(x), lanes);
-                __m256 keep[9];
-                tapMasks(keep, top, bottom, maskOf(_mm256_cmpgt_epi32(at, _mm256_setzero_si256())),
-                         maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(w - 1), at)));
-                separateGroup<true, Premultiplied>(up, mid, down, above, here, out, x, c, keep, k);
-            } else {
-                separateGroup<false, Premultiplied>(up, mid, down, above, here, out, x, c, none, k);
-            }
-            if (x == w - 8) break;
-        }
+        if (last > 0) maskedGroup<Premultiplied>(rows, last, w, top, bottom, out, k);
     }
 }
 

@@ -154,11 +154,56 @@ OX_TARGET_AVX2 void invertRowAvx2(const uint8_t* s, uint8_t* d, int64_t n) noexc
                             _mm256_xor_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i)), ones));
     invertRowReference(s + i, d + i, n - i);
 }
+
+// Destinations of at least 8 MiB are written with non-temporal stores,
+// which do not read each destination line before overwriting it. On the
+// processors measured that took a quarter to a third off an 8 to 48 MiB
+// copy or inversion whether or not the destination was cached before;
+// below 8 MiB a cached destination took ordinary stores faster.
+constexpr int64_t kStreamFrom = int64_t{8} << 20;
+
+// d[i] = s[i], inverted when Invert, in 32-byte non-temporal stores from
+// d's first 32-byte boundary; the bytes before it and after the last whole
+// block take the plain loops. The stores are fenced before returning, so
+// they are ordered before anything the caller stores next.
+template <bool Invert> OX_TARGET_AVX2 void streamBytesAvx2(const uint8_t* s, uint8_t* d, int64_t n) noexcept {
+    const auto plain = [](const uint8_t* from, uint8_t* to, int64_t count) {
+        if constexpr (Invert) invertRowReference(from, to, count);
+        else std::memcpy(to, from, static_cast<size_t>(count));
+    };
+    const __m256i flip = _mm256_set1_epi8(Invert ? -1 : 0);
+    const int64_t head = std::min<int64_t>(n, (32 - static_cast<int64_t>(reinterpret_cast<uintptr_t>(d) & 31)) & 31);
+    plain(s, d, head);
+    int64_t i = head;
+    for (; i + 64 <= n; i += 64) {
+        const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i));
+        const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i + 32));
+        _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i), _mm256_xor_si256(a, flip));
+        _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i + 32), _mm256_xor_si256(b, flip));
+    }
+    plain(s + i, d + i, n - i);
+    _mm_sfence();
+}
 #endif
+
+// Whether n bytes from s into d, packed and apart, went out through the
+// streaming loop.
+template <bool Invert> bool streamed(const uint8_t* s, uint8_t* d, int64_t n) noexcept {
+#if OX_HAVE_AVX2_PATH
+    if (n < kStreamFrom || !useAvx2() || !(s + n <= d || d + n <= s)) return false;
+    streamBytesAvx2<Invert>(s, d, n);
+    return true;
+#else
+    (void)s, (void)d, (void)n;
+    return false;
+#endif
+}
 
 }  // namespace
 
 namespace ox::detail {
+
+bool copyBytesStreaming(const uint8_t* s, uint8_t* d, int64_t n) noexcept { return streamed<false>(s, d, n); }
 
 Status fillPixels(View<uint8_t> dst, uint8_t value) noexcept {
     if (dst.empty()) return Status::Ok;
@@ -176,6 +221,8 @@ Status invertPixels(ConstView<uint8_t> src, View<uint8_t> dst) noexcept {
     // In place or apart, every byte depends on its own source byte only; a
     // partial overlap keeps the plain forward order.
     if (overlap(src, dst)) row = invertRowReference;
+    else if (src.packed() && dst.packed() && streamed<true>(src.data, dst.data, src.height * src.rowElements()))
+        return Status::Ok;
     forEachRow(src, dst, row);
     return Status::Ok;
 }

@@ -66,18 +66,27 @@ OX_AVX2_INLINE void accumulate(Sums& s, __m256 w, const Px& v) {
     s.S2 = _mm256_fmadd_ps(w, v.c2, s.S2);
 }
 
+// 2^23 and its bits: a float in [2^23, 2^24) holds the integer above 2^23
+// in its low mantissa bits, so 2^23 + n, n below 2^23, has the bits
+// kBiasBits + n.
+constexpr float kBias = 8388608.0f;
+constexpr uint32_t kBiasBits = 0x4B000000;
+
 // The range weight of each lane's pair of pixels p and q: the squared
 // distance indexes the compact table. It depends on the distance only, so a
 // pair weighs the same from either end.
 OX_AVX2_INLINE __m256 rangeOf(const Px& p, const Px& q, const float* byNorm) {
     const __m256 d0 = _mm256_sub_ps(q.c0, p.c0), d1 = _mm256_sub_ps(q.c1, p.c1), d2 = _mm256_sub_ps(q.c2, p.c2);
-    const __m256 norm = _mm256_fmadd_ps(d2, d2, _mm256_fmadd_ps(d1, d1, _mm256_mul_ps(d0, d0)));
-    const __m256i i = _mm256_cvttps_epi32(norm);
-    const __m128i lo = _mm256_castsi256_si128(i), hi = _mm256_extracti128_si256(i, 1);
-    const uint64_t a = static_cast<uint64_t>(_mm_cvtsi128_si64(lo)), b = static_cast<uint64_t>(_mm_extract_epi64(lo, 1)),
-                   c = static_cast<uint64_t>(_mm_cvtsi128_si64(hi)), d = static_cast<uint64_t>(_mm_extract_epi64(hi, 1));
-    const __m128 x = _mm_setr_ps(byNorm[static_cast<uint32_t>(a)], byNorm[a >> 32], byNorm[static_cast<uint32_t>(b)], byNorm[b >> 32]);
-    const __m128 y = _mm_setr_ps(byNorm[static_cast<uint32_t>(c)], byNorm[c >> 32], byNorm[static_cast<uint32_t>(d)], byNorm[d >> 32]);
+    const __m256 norm = _mm256_fmadd_ps(d2, d2, _mm256_fmadd_ps(d1, d1, _mm256_fmadd_ps(d0, d0, _mm256_set1_ps(kBias))));
+    const __m256i i = _mm256_castps_si256(norm);
+    const __m128i lo = _mm256_castsi256_si128(i);
+    const uint64_t a = static_cast<uint64_t>(_mm_cvtsi128_si64(lo)), b = static_cast<uint64_t>(_mm_extract_epi64(lo, 1));
+    const __m128i hi = _mm256_extracti128_si256(i, 1);
+    const uint64_t c = static_cast<uint64_t>(_mm_cvtsi128_si64(hi)), d = static_cast<uint64_t>(_mm_extract_epi64(hi, 1));
+    const uintptr_t base = reinterpret_cast<uintptr_t>(byNorm) - uintptr_t{kBiasBits} * sizeof(float);
+    auto at = [base](uint64_t bits) { return *reinterpret_cast<const float*>(base + bits * sizeof(float)); };
+    const __m128 x = _mm_setr_ps(at(static_cast<uint32_t>(a)), at(a >> 32), at(static_cast<uint32_t>(b)), at(b >> 32));
+    const __m128 y = _mm_setr_ps(at(static_cast<uint32_t>(c)), at(c >> 32), at(static_cast<uint32_t>(d)), at(d >> 32));
     return _mm256_set_m128(y, x);
 }
 
@@ -171,10 +180,16 @@ OX_AVX2_INLINE void convertRow(const PlaneRow& r, const uint8_t* src, int32_t w)
 // weights of pixel x's pairs with its right neighbour, the one below, below
 // and right, and of its right neighbour with the one below it. Each pair
 // serves both of its pixels, so an output pixel's eight neighbours cost
-// four lookups. `at[i]` is the cell offset of x within row i of a group.
-struct Cells {
-    int64_t at[4];
+// four lookups. A group of pixels x..x + 7 sees every row from cell x on.
+struct Rows {
+    const float *up, *mid, *down, *above;  // planes y - 1, y, y + 1; pairs y - 1
+    float* here;                           // pairs y
+    int64_t cells;
 };
+
+OX_AVX2_INLINE Rows movedBy(const Rows& r, int32_t x) {
+    return {r.up + x, r.mid + x, r.down + x, r.above + x, r.here + x, r.cells};
+}
 
 // The cells of a row: w + 2 rounded up to an odd multiple of 16, so that
 // rows lie an odd multiple of 64 bytes apart modulo 4 KiB. A group reads and
@@ -185,9 +200,8 @@ struct Cells {
 // window, farther than one access reaches.
 inline int64_t separateRowCells(int32_t w) { return ((static_cast<int64_t>(w) + 2 + 15) / 16 * 16) | 16; }
 
-OX_AVX2_INLINE Px loadPx(const float* plane, const Cells& c, int32_t dx) {
-    return {_mm256_loadu_ps(plane + c.at[0] + dx), _mm256_loadu_ps(plane + c.at[1] + dx),
-            _mm256_loadu_ps(plane + c.at[2] + dx)};
+OX_AVX2_INLINE Px loadPx(const float* plane, int64_t cells, int32_t dx) {
+    return {_mm256_loadu_ps(plane + dx), _mm256_loadu_ps(plane + cells + dx), _mm256_loadu_ps(plane + 2 * cells + dx)};
 }
 
 // A pair's weight as its two pixels use it. When the spatial weights of
@@ -206,98 +220,78 @@ OX_AVX2_INLINE void paired(Sums& s, const Px& v, __m256 pair, __m256 space, __m2
     accumulate(s, w, v);
 }
 
-// Lanes moved one up, lane 0 taking lane 7 of `before`: the eight values
-// starting one cell to the left.
-OX_AVX2_INLINE __m256 fromLeft(__m256 lanes, __m256 before) {
-    const __m256 moved = _mm256_permutevar8x32_ps(lanes, _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6));
-    return _mm256_blend_ps(moved, _mm256_permutevar8x32_ps(before, _mm256_set1_epi32(7)), 1);
+enum PairRow { H, V, D, A };
+
+// The pairs the group's pixels start, for this row's outputs and the next
+// row's. A row's pairs are all made before its outputs: each group's
+// lookups are then independent of the sums, and the processor overlaps the
+// groups' work instead of waiting on each group's lookups before its sums.
+template <bool Premultiplied> OX_AVX2_INLINE void separatePairs(const Rows& r, const Weights& k) {
+    const int64_t n = r.cells;
+    const Px centre = loadPx(r.mid, n, 1), right = loadPx(r.mid, n, 2), below = loadPx(r.down, n, 1),
+             belowRight = loadPx(r.down, n, 2);
+    _mm256_storeu_ps(r.here + H * n + 1, stored<Premultiplied>(k.space[5], rangeOf(centre, right, k.byNorm)));
+    _mm256_storeu_ps(r.here + V * n + 1, stored<Premultiplied>(k.space[7], rangeOf(centre, below, k.byNorm)));
+    _mm256_storeu_ps(r.here + D * n + 1, stored<Premultiplied>(k.space[8], rangeOf(centre, belowRight, k.byNorm)));
+    _mm256_storeu_ps(r.here + A * n + 1, stored<Premultiplied>(k.space[6], rangeOf(right, below, k.byNorm)));
 }
 
-// The pairs a group has made, kept for the next group.
-struct Made {
-    __m256 h, a;
-};
-
-// Pixels x..x + 7 of row y: first the pairs they start (read again by the
-// next group and the next row), then the outputs. The pixels and pairs
-// this group has just made are used as they are; those of the row above
-// are read back, and those of the group before too where it may not be at
-// x - 8 (Masked: the first and last groups of a row, the first and last
-// rows); inside, they come from `made` in registers. Reading them back
-// there would take eight cells from two stores, one of them just issued,
-// which the processor cannot forward and waits out.
+// The group's outputs from the pairs of rows y - 1 and y.
 template <bool Masked, bool Premultiplied>
-OX_AVX2_INLINE void separateGroup(const float* up, const float* mid, const float* down, const float* above,
-                                  float* here, uint8_t* out, int32_t x, const Cells& c, const __m256 (&keep)[9],
-                                  const Weights& k, Made& made) {
-    enum { H, V, D, A };
-    const Px centre = loadPx(mid, c, 1), right = loadPx(mid, c, 2), below = loadPx(down, c, 1),
-             belowRight = loadPx(down, c, 2);
-    const __m256 h = stored<Premultiplied>(k.space[5], rangeOf(centre, right, k.byNorm)),
-                 v = stored<Premultiplied>(k.space[7], rangeOf(centre, below, k.byNorm)),
-                 d = stored<Premultiplied>(k.space[8], rangeOf(centre, belowRight, k.byNorm)),
-                 a = stored<Premultiplied>(k.space[6], rangeOf(right, below, k.byNorm));
-    _mm256_storeu_ps(here + c.at[H] + 1, h);
-    _mm256_storeu_ps(here + c.at[V] + 1, v);
-    _mm256_storeu_ps(here + c.at[D] + 1, d);
-    _mm256_storeu_ps(here + c.at[A] + 1, a);
-
-    __m256 leftH, leftA;
-    if constexpr (Masked) {
-        leftH = _mm256_loadu_ps(here + c.at[H]), leftA = _mm256_loadu_ps(here + c.at[A]);
-    } else {
-        leftH = fromLeft(h, made.h), leftA = fromLeft(a, made.a);
-    }
-    made = {h, a};
-
+OX_AVX2_INLINE void separateGroup(const Rows& r, uint8_t* out, const __m256 (&keep)[9], const Weights& k) {
+    const int64_t n = r.cells;
     Sums s{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
-    paired<Masked, Premultiplied>(s, loadPx(up, c, 0), _mm256_loadu_ps(above + c.at[D]), k.space[0], keep[0]);
-    paired<Masked, Premultiplied>(s, loadPx(up, c, 1), _mm256_loadu_ps(above + c.at[V] + 1), k.space[1], keep[1]);
-    paired<Masked, Premultiplied>(s, loadPx(up, c, 2), _mm256_loadu_ps(above + c.at[A] + 1), k.space[2], keep[2]);
-    paired<Masked, Premultiplied>(s, loadPx(mid, c, 0), leftH, k.space[3], keep[3]);
-    accumulate(s, k.centre, centre);
-    paired<Masked, Premultiplied>(s, right, h, k.space[5], keep[5]);
-    paired<Masked, Premultiplied>(s, loadPx(down, c, 0), leftA, k.space[6], keep[6]);
-    paired<Masked, Premultiplied>(s, below, v, k.space[7], keep[7]);
-    paired<Masked, Premultiplied>(s, belowRight, d, k.space[8], keep[8]);
+    paired<Masked, Premultiplied>(s, loadPx(r.up, n, 0), _mm256_loadu_ps(r.above + D * n), k.space[0], keep[0]);
+    paired<Masked, Premultiplied>(s, loadPx(r.up, n, 1), _mm256_loadu_ps(r.above + V * n + 1), k.space[1], keep[1]);
+    paired<Masked, Premultiplied>(s, loadPx(r.up, n, 2), _mm256_loadu_ps(r.above + A * n + 1), k.space[2], keep[2]);
+    paired<Masked, Premultiplied>(s, loadPx(r.mid, n, 0), _mm256_loadu_ps(r.here + H * n), k.space[3], keep[3]);
+    accumulate(s, k.centre, loadPx(r.mid, n, 1));
+    paired<Masked, Premultiplied>(s, loadPx(r.mid, n, 2), _mm256_loadu_ps(r.here + H * n + 1), k.space[5], keep[5]);
+    paired<Masked, Premultiplied>(s, loadPx(r.down, n, 0), _mm256_loadu_ps(r.here + A * n), k.space[6], keep[6]);
+    paired<Masked, Premultiplied>(s, loadPx(r.down, n, 1), _mm256_loadu_ps(r.here + V * n + 1), k.space[7], keep[7]);
+    paired<Masked, Premultiplied>(s, loadPx(r.down, n, 2), _mm256_loadu_ps(r.here + D * n + 1), k.space[8], keep[8]);
     const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), s.W);
-    store8(out + 3 * static_cast<int64_t>(x), packed({clampedOf(s.S0, inv), clampedOf(s.S1, inv), clampedOf(s.S2, inv)}));
+    store8(out, packed({clampedOf(s.S0, inv), clampedOf(s.S1, inv), clampedOf(s.S2, inv)}));
 }
 
-// The rows of a separate pass.
+// A group with the neighbours outside the image masked: those of the rows
+// above and below it (`top`, `bottom`) and of the columns left and right.
+template <bool Premultiplied>
+OX_AVX2_INLINE void maskedGroup(const Rows& rows, int32_t x, int32_t w, __m256 top, __m256 bottom, uint8_t* out,
+                                const Weights& k) {
+    const __m256i at = _mm256_add_epi32(_mm256_set1_epi32(x), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+    __m256 keep[9];
+    tapMasks(keep, top, bottom, maskOf(_mm256_cmpgt_epi32(at, _mm256_setzero_si256())),
+             maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(w - 1), at)));
+    separateGroup<true, Premultiplied>(movedBy(rows, x), out + 3 * static_cast<int64_t>(x), keep, k);
+}
+
+// The rows of a separate pass. Groups of eight from x = 0; the last ends at
+// w - 1 and may overlap the one before, which only writes the same values
+// again.
 template <bool Premultiplied>
 OX_AVX2_INLINE void separateRows(const ColourPass& p, float* block, int64_t cells, const Weights& k) {
-    const int32_t w = p.src.width, h = p.src.height;
+    const int32_t w = p.src.width, h = p.src.height, last = w - 8;
     auto plane = [&](int32_t y) { return block + 3 * cells * (y < 0 || y >= h ? 3 : y % 3); };
     auto pairs = [&](int32_t y) { return block + 12 * cells + 4 * cells * (y & 1); };
-    const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
     const __m256 all = maskOf(_mm256_set1_epi32(-1));
     __m256 none[9];
     tapMasks(none, all, all, all, all);
     convertRow({{plane(0), plane(0) + cells, plane(0) + 2 * cells}}, p.src.row(0), w);
     for (int32_t y = 0; y < h; ++y) {
         if (y + 1 < h) convertRow({{plane(y + 1), plane(y + 1) + cells, plane(y + 1) + 2 * cells}}, p.src.row(y + 1), w);
-        const float *up = plane(y - 1), *mid = plane(y), *down = plane(y + 1), *above = pairs(y - 1);
-        float* here = pairs(y);
+        const Rows rows{plane(y - 1), plane(y), plane(y + 1), pairs(y - 1), pairs(y), cells};
         uint8_t* out = p.dst.row(y);
+        for (int32_t x = 0; x < last; x += 8) separatePairs<Premultiplied>(movedBy(rows, x), k);
+        separatePairs<Premultiplied>(movedBy(rows, last), k);
+
         const __m256 top = y > 0 ? all : _mm256_setzero_ps(), bottom = y < h - 1 ? all : _mm256_setzero_ps();
-        // Groups of eight from x = 0; the last ends at w - 1 and may overlap
-        // the one before, which only writes the same values again.
-        Made made{_mm256_setzero_ps(), _mm256_setzero_ps()};
-        for (int32_t x = 0;; x += 8) {
-            x = std::min(x, w - 8);
-            const Cells c{{x, x + cells, x + 2 * cells, x + 3 * cells}};
-            if (x == 0 || x == w - 8 || y == 0 || y == h - 1) {
-                const __m256i at = _mm256_add_epi32(_mm256_set1_epi32(x), lanes);
-                __m256 keep[9];
-                tapMasks(keep, top, bottom, maskOf(_mm256_cmpgt_epi32(at, _mm256_setzero_si256())),
-                         maskOf(_mm256_cmpgt_epi32(_mm256_set1_epi32(w - 1), at)));
-                separateGroup<true, Premultiplied>(up, mid, down, above, here, out, x, c, keep, k, made);
-            } else {
-                separateGroup<false, Premultiplied>(up, mid, down, above, here, out, x, c, none, k, made);
-            }
-            if (x == w - 8) break;
+        maskedGroup<Premultiplied>(rows, 0, w, top, bottom, out, k);
+        for (int32_t x = 8; x < last; x += 8) {
+            if (y == 0 || y == h - 1) maskedGroup<Premultiplied>(rows, x, w, top, bottom, out, k);
+            else separateGroup<false, Premultiplied>(movedBy(rows, x), out + 3 * static_cast<int64_t>(x), none, k);
         }
+        if (last > 0) maskedGroup<Premultiplied>(rows, last, w, top, bottom, out, k);
     }
 }
 
@@ -519,11 +513,10 @@ struct Early {
     __m256 w[6];  // up-left, up, right, below-left, below, below-right
 };
 
-template <Edge E> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, const Weights& k, Early& e) {
+template <Edge E> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, float* const row, const Weights& k, Early& e) {
     __m256 own[9]{};  // read only with an edge
     if constexpr (E == Edge::Any) stepMasks(v, s, own);
     const __m256(&keep)[9] = E == Edge::Rows ? v.bandKeep : own;
-    float* const row = rowOf(v, s);
     const Px c = loadCells(row, 0, 1);
     e.w[0] = tapWeight<E>(rangeOf(c, loadCells(row, -3, 0), k.byNorm), k.space[0], keep[0]);
     e.w[1] = tapWeight<E>(rangeOf(c, loadCells(row, -2, 0), k.byNorm), k.space[1], keep[1]);
@@ -536,8 +529,8 @@ template <Edge E> OX_AVX2_INLINE void earlyWeights(Wave& v, int32_t s, const Wei
 // Step s: its outputs from the early weights and the two taps that read
 // step s - 1's outputs (`previous`), in the plain loop's tap order.
 template <Edge E>
-OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k, const Early& e, __m256i* staged) {
-    float* const row = rowOf(v, s);
+OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, float* const row, Px& previous, const Weights& k, const Early& e,
+                             __m256i* staged) {
     const Px c = loadCells(row, 0, 1);
     __m256 own[9]{};  // read only with an edge
     if constexpr (E == Edge::Any) stepMasks(v, s, own);
@@ -599,6 +592,38 @@ OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k,
     }
 }
 
+// Eight vectors of eight 4-byte words as a matrix, transposed: out[j]
+// holds word j of every in[i], in order of i.
+OX_AVX2_INLINE void transposed(const __m256i (&in)[8], __m256i (&out)[8]) {
+    __m256i t[8], u[8];
+    for (int32_t i = 0; i < 8; i += 2) {
+        t[i] = _mm256_unpacklo_epi32(in[i], in[i + 1]);
+        t[i + 1] = _mm256_unpackhi_epi32(in[i], in[i + 1]);
+    }
+    for (int32_t i = 0; i < 8; i += 4) {
+        u[i] = _mm256_unpacklo_epi64(t[i], t[i + 2]);      // words 0 and 4 of in[i .. i + 3]
+        u[i + 1] = _mm256_unpackhi_epi64(t[i], t[i + 2]);  // words 1 and 5
+        u[i + 2] = _mm256_unpacklo_epi64(t[i + 1], t[i + 3]);
+        u[i + 3] = _mm256_unpackhi_epi64(t[i + 1], t[i + 3]);
+    }
+    for (int32_t j = 0; j < 4; ++j) {
+        out[j] = _mm256_permute2x128_si256(u[j], u[j + 4], 0x20);
+        out[j + 4] = _mm256_permute2x128_si256(u[j], u[j + 4], 0x31);
+    }
+}
+
+// Copy rows s .. s + 7 when every lane's pixel in them lies inside the
+// image's columns: each lane's eight consecutive pixels in one 24-byte
+// load, turned into one word per lane and copy row. The pixels are all
+// still old: the steps before s have written only pixels left of them.
+template <Edge E> OX_AVX2_INLINE void fillRowsInside(Wave& v, int32_t s) {
+    const uint8_t* at = v.base + 3 * static_cast<int64_t>(s);
+    __m256i lanes[8], rows[8];
+    for (int32_t j = 0; j < 8; ++j) lanes[j] = load8(at + (E == Edge::None ? j * v.laneStep : v.laneFrom[j]));
+    transposed(lanes, rows);
+    for (int32_t i = 0; i < 8; ++i) putLanes(rowOf(v, s + i), unpacked(rows[i]));
+}
+
 // The outputs of the eight steps s0 .. s0 + 7, all lanes inside the image
 // (step i's packed pixels in staged[i]), written at once: a transpose gives
 // each lane its eight consecutive pixels, which go into its row as exactly
@@ -606,22 +631,8 @@ OX_AVX2_INLINE void waveStep(Wave& v, int32_t s, Px& previous, const Weights& k,
 // read only after the band (as the next band's row above); within it the
 // copy reads pixels still ahead of the outputs.
 OX_AVX2_INLINE void writeStaged(const Wave& v, int32_t s0, const __m256i (&staged)[8]) {
-    __m256i t[8], u[8];
-    for (int32_t i = 0; i < 8; i += 2) {
-        t[i] = _mm256_unpacklo_epi32(staged[i], staged[i + 1]);
-        t[i + 1] = _mm256_unpackhi_epi32(staged[i], staged[i + 1]);
-    }
-    for (int32_t i = 0; i < 8; i += 4) {
-        u[i] = _mm256_unpacklo_epi64(t[i], t[i + 2]);      // lanes 0 and 4, steps i .. i + 3
-        u[i + 1] = _mm256_unpackhi_epi64(t[i], t[i + 2]);  // lanes 1 and 5
-        u[i + 2] = _mm256_unpacklo_epi64(t[i + 1], t[i + 3]);
-        u[i + 3] = _mm256_unpackhi_epi64(t[i + 1], t[i + 3]);
-    }
     __m256i lane[8];
-    for (int32_t j = 0; j < 4; ++j) {
-        lane[j] = _mm256_permute2x128_si256(u[j], u[j + 4], 0x20);
-        lane[j + 4] = _mm256_permute2x128_si256(u[j], u[j + 4], 0x31);
-    }
+    transposed(staged, lane);
     for (int32_t j = 0; j < v.rows; ++j) store8(v.base + 3 * static_cast<int64_t>(s0) + j * v.laneStep, lane[j]);
 }
 
@@ -632,18 +643,20 @@ template <Edge Inside> OX_AVX2_INLINE void sweep(Wave& v, const Weights& k, int3
     auto plain = [&](int32_t s) { return s >= 15 && s <= w - 2; };
     Px previous{_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
     Early early;
-    earlyWeights<Edge::Any>(v, 0, k, early);
+    earlyWeights<Edge::Any>(v, 0, rowOf(v, 0), k, early);
     alignas(32) __m256i staged[8];
     for (int32_t s = 0; s < steps;) {
         // Eight plain steps in a row write their outputs together.
         if (plain(s) && plain(s + 7) && s + 7 + kAhead <= w - 1) {
             makeRoom(v, s, s + 7 + kAhead);
             const int32_t s0 = s;
-            for (int32_t i = 0; i < 8; ++i, ++s) {
-                fillRowInside<Inside>(v, s + kAhead);
-                waveStep<Inside>(v, s, previous, k, early, &staged[i]);
-                if (i < 7 || plain(s + 1)) earlyWeights<Inside>(v, s + 1, k, early);
-                else earlyWeights<Edge::Any>(v, s + 1, k, early);
+            fillRowsInside<Inside>(v, s + kAhead);
+            // The block's copy rows lie one after another from row s0.
+            float* row = rowOf(v, s0);
+            for (int32_t i = 0; i < 8; ++i, ++s, row += 3 * kCells) {
+                waveStep<Inside>(v, s, row, previous, k, early, &staged[i]);
+                if (i < 7 || plain(s + 1)) earlyWeights<Inside>(v, s + 1, row + 3 * kCells, k, early);
+                else earlyWeights<Edge::Any>(v, s + 1, row + 3 * kCells, k, early);
             }
             writeStaged(v, s0, staged);
             continue;
@@ -653,10 +666,11 @@ template <Edge Inside> OX_AVX2_INLINE void sweep(Wave& v, const Weights& k, int3
         makeRoom(v, s, s + kAhead);
         if (plain(s) && s + kAhead <= w - 1) fillRowInside<Inside>(v, s + kAhead);
         else fillRow(v, s + kAhead);
-        if (plain(s)) waveStep<Inside>(v, s, previous, k, early, nullptr);
-        else waveStep<Edge::Any>(v, s, previous, k, early, nullptr);
-        if (plain(s + 1)) earlyWeights<Inside>(v, s + 1, k, early);
-        else earlyWeights<Edge::Any>(v, s + 1, k, early);
+        float* const row = rowOf(v, s);
+        if (plain(s)) waveStep<Inside>(v, s, row, previous, k, early, nullptr);
+        else waveStep<Edge::Any>(v, s, row, previous, k, early, nullptr);
+        if (plain(s + 1)) earlyWeights<Inside>(v, s + 1, row + 3 * kCells, k, early);
+        else earlyWeights<Edge::Any>(v, s + 1, row + 3 * kCells, k, early);
         ++s;
     }
 }

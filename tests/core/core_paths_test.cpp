@@ -93,8 +93,9 @@ TEST(CorePaths, FloatsToBytes) {
 }
 
 // Long runs (the destination fetched ahead, then the loop's last kilobyte
-// without), from an offset that is not a multiple of 32 bytes.
-TEST(CorePaths, LargeInvertAndBytesToFloats) {
+// without; above 8 MiB, stores around the caches), from an offset that is
+// not a multiple of 32 bytes.
+TEST(CorePaths, LargeInvertCopyAndBytesToFloats) {
     for (bool inPlace : {false, true})
         expectSameOnEveryPath(inPlace ? "large invert in place" : "large invert", [&] {
             Image src = noise(3001, 3000, OX_GRAY, OX_8U, 19), room = make(3002, 3000, OX_GRAY);
@@ -105,6 +106,15 @@ TEST(CorePaths, LargeInvertAndBytesToFloats) {
             dst->data = nullptr;  // the header does not own the pixels
             return out;
         });
+    expectSameOnEveryPath("large copy", [&] {
+        Image src = noise(1731, 1700, OX_BGR, OX_8U, 20), room = make(1732, 1700, OX_BGR);
+        Image dst(oxImageCreateHeaderWithType(1731, 1700, OX_BGR, OX_8U));
+        dst->data = room->data + 5;
+        EXPECT_EQ(oxCopy(src.get(), dst.get()), 0);
+        std::vector<uint8_t> out(dst->data, dst->data + size_t(1731) * 1700 * 3);
+        dst->data = nullptr;
+        return out;
+    });
     constexpr int32_t w = 2053, h = 2048;
     expectSameOnEveryPath("8U to 32F large", [&] {
         Image src = noise(w, h, OX_GRAY, OX_8U, 10), room = make(w + 1, h, OX_GRAY, OX_32F);

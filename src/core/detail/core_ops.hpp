@@ -35,6 +35,11 @@ constexpr ChannelOrder channelOrderOf(int32_t encoding) noexcept {
 // dst does not overlap src.
 Status greyFromColor(ConstView<uint8_t> src, ChannelOrder order, View<uint8_t> dst) noexcept;
 
+// n bytes from s into d, which do not overlap, with stores around the
+// caches when n is large enough for that to pay and the AVX2 path is in use;
+// false (nothing written) otherwise.
+bool copyBytesStreaming(const uint8_t* s, uint8_t* d, int64_t n) noexcept;
+
 // Copies the rows of src into dst (same width, height and channels), with
 // the semantics of one memmove per row in row order.
 template <class T> Status copyPixels(ConstView<T> src, View<T> dst) noexcept {
@@ -42,10 +47,10 @@ template <class T> Status copyPixels(ConstView<T> src, View<T> dst) noexcept {
     const auto total = static_cast<size_t>(src.height) * rowBytes;
     const auto* s = reinterpret_cast<const uint8_t*>(src.data);
     auto* d = reinterpret_cast<uint8_t*>(dst.data);
-    // Packed rows on both sides and no partial overlap: one call, so that
-    // the C library's path for large copies (non-temporal stores) applies.
+    // Packed rows on both sides and no partial overlap: one run.
     const bool packed = src.packed() && dst.packed();
     if (packed && (s == d || s + total <= d || d + total <= s)) {
+        if (s != d && copyBytesStreaming(s, d, static_cast<int64_t>(total))) return Status::Ok;
         std::memmove(d, s, total);
         return Status::Ok;
     }

@@ -3,9 +3,10 @@
 // (the same taps in the same order, W += w, one fused multiply-add per
 // channel sum, one reciprocal, the same clamp and truncation), so the bytes
 // are those of the plain loop. Channel values are read as floats (every
-// byte is one exactly), the squared distance is formed in float (exact:
-// integers below 2^24) and indexes the compact table, one scalar load per
-// lane (on the processors measured, AVX2 gathers were slower).
+// byte is one exactly), the squared distance is formed in float on top of
+// 2^23 (exact: integers below 2^24), whose bits then index the compact
+// table, one scalar load per lane (on the processors measured, AVX2
+// gathers were slower).
 //
 // Border pixels run the same nine taps with the weight of each neighbour
 // outside the image forced to +0: W + 0 and fmaf(0, v, S) leave W and S
@@ -74,7 +75,10 @@ constexpr uint32_t kBiasBits = 0x4B000000;
 
 // The range weight of each lane's pair of pixels p and q: the squared
 // distance indexes the compact table. It depends on the distance only, so a
-// pair weighs the same from either end.
+// pair weighs the same from either end. Formed on top of kBias, the
+// distance needs no conversion: the float's bits less kBiasBits are the
+// index, and the table's address less kBiasBits entries absorbs the
+// difference (as an integer; the address read is inside the table).
 OX_AVX2_INLINE __m256 rangeOf(const Px& p, const Px& q, const float* byNorm) {
     const __m256 d0 = _mm256_sub_ps(q.c0, p.c0), d1 = _mm256_sub_ps(q.c1, p.c1), d2 = _mm256_sub_ps(q.c2, p.c2);
     const __m256 norm = _mm256_fmadd_ps(d2, d2, _mm256_fmadd_ps(d1, d1, _mm256_fmadd_ps(d0, d0, _mm256_set1_ps(kBias))));

@@ -130,31 +130,6 @@ void invertRowReference(const uint8_t* s, uint8_t* d, int64_t n) noexcept {
 // overlaps the work before them instead of stalling the stores.
 constexpr int64_t kDestinationAhead = 1024;
 
-// 64 bytes per step, each block read before it is written, so in place is
-// safe. Two loads then two stores: four loads ahead of four stores ran
-// about 1.6 times slower on a 12 MB buffer on the processors measured.
-// Large outputs apart from their source take the streaming loop below.
-[[gnu::always_inline]] OX_TARGET_AVX2 inline void invert64Avx2(const uint8_t* s, uint8_t* d, __m256i ones) noexcept {
-    const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s));
-    const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + 32));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), _mm256_xor_si256(a, ones));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 32), _mm256_xor_si256(b, ones));
-}
-
-OX_TARGET_AVX2 void invertRowAvx2(const uint8_t* s, uint8_t* d, int64_t n) noexcept {
-    const __m256i ones = _mm256_set1_epi8(-1);
-    int64_t i = 0;
-    for (; i + kDestinationAhead + 64 <= n; i += 64) {
-        _mm_prefetch(reinterpret_cast<const char*>(d + i + kDestinationAhead), _MM_HINT_T0);
-        invert64Avx2(s + i, d + i, ones);
-    }
-    for (; i + 64 <= n; i += 64) invert64Avx2(s + i, d + i, ones);
-    for (; i + 32 <= n; i += 32)
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i),
-                            _mm256_xor_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i)), ones));
-    invertRowReference(s + i, d + i, n - i);
-}
-
 // Destinations of at least 8 MiB are written with non-temporal stores,
 // which do not read each destination line before overwriting it. On the
 // processors measured that took a quarter to a third off an 8 to 48 MiB
@@ -184,26 +159,52 @@ template <bool Invert> OX_TARGET_AVX2 void streamBytesAvx2(const uint8_t* s, uin
     plain(s + i, d + i, n - i);
     _mm_sfence();
 }
+
+// 64 bytes per step, each block read before it is written, so in place is
+// safe. Two loads then two stores: four loads ahead of four stores ran
+// about 1.6 times slower on a 12 MB buffer on the processors measured.
+[[gnu::always_inline]] OX_TARGET_AVX2 inline void invert64Avx2(const uint8_t* s, uint8_t* d, __m256i ones) noexcept {
+    const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s));
+    const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + 32));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), _mm256_xor_si256(a, ones));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 32), _mm256_xor_si256(b, ones));
+}
+
+// A run of kStreamFrom bytes or more apart from its source (a packed image
+// comes as one run) takes the streaming loop.
+OX_TARGET_AVX2 void invertRowAvx2(const uint8_t* s, uint8_t* d, int64_t n) noexcept {
+    if (n >= kStreamFrom && (s + n <= d || d + n <= s)) {
+        streamBytesAvx2<true>(s, d, n);
+        return;
+    }
+    const __m256i ones = _mm256_set1_epi8(-1);
+    int64_t i = 0;
+    for (; i + kDestinationAhead + 64 <= n; i += 64) {
+        _mm_prefetch(reinterpret_cast<const char*>(d + i + kDestinationAhead), _MM_HINT_T0);
+        invert64Avx2(s + i, d + i, ones);
+    }
+    for (; i + 64 <= n; i += 64) invert64Avx2(s + i, d + i, ones);
+    for (; i + 32 <= n; i += 32)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i),
+                            _mm256_xor_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i)), ones));
+    invertRowReference(s + i, d + i, n - i);
+}
 #endif
 
-// Whether n bytes from s into d, packed and apart, went out through the
-// streaming loop.
-template <bool Invert> bool streamed(const uint8_t* s, uint8_t* d, int64_t n) noexcept {
+}  // namespace
+
+namespace ox::detail {
+
+bool copyBytesStreaming(const uint8_t* s, uint8_t* d, int64_t n) noexcept {
 #if OX_HAVE_AVX2_PATH
     if (n < kStreamFrom || !useAvx2() || !(s + n <= d || d + n <= s)) return false;
-    streamBytesAvx2<Invert>(s, d, n);
+    streamBytesAvx2<false>(s, d, n);
     return true;
 #else
     (void)s, (void)d, (void)n;
     return false;
 #endif
 }
-
-}  // namespace
-
-namespace ox::detail {
-
-bool copyBytesStreaming(const uint8_t* s, uint8_t* d, int64_t n) noexcept { return streamed<false>(s, d, n); }
 
 Status fillPixels(View<uint8_t> dst, uint8_t value) noexcept {
     if (dst.empty()) return Status::Ok;
@@ -221,8 +222,6 @@ Status invertPixels(ConstView<uint8_t> src, View<uint8_t> dst) noexcept {
     // In place or apart, every byte depends on its own source byte only; a
     // partial overlap keeps the plain forward order.
     if (overlap(src, dst)) row = invertRowReference;
-    else if (src.packed() && dst.packed() && streamed<true>(src.data, dst.data, src.height * src.rowElements()))
-        return Status::Ok;
     forEachRow(src, dst, row);
     return Status::Ok;
 }
